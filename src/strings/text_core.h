@@ -1,0 +1,216 @@
+// The algorithms of all fixed-capacity text, written once over (units, length field, capacity) and
+// compiled once for `char` and once for `unsigned short`. The string templates only point a slot at
+// their fields and forward; see text_members.h for what each operation means to a caller.
+//
+// Three ways to pass text, and the difference decides what happens when a string is handed to its
+// own member:
+//   text_slot   the string that is changed
+//   text_view   a string whose length is read live, again at each step
+//   unit_run    units and a count taken once
+//
+// A conversion can leave a length above the capacity. `used()` is the length that the fields can
+// answer for, and nothing here reads or writes behind the array for such a string.
+//
+// Nothing allocates, throws or reports. Where scratch room is needed the caller lends it, since
+// only the caller knows the capacity at compile time.
+#ifndef QZ_STRINGS_TEXT_CORE_H_
+#define QZ_STRINGS_TEXT_CORE_H_
+
+#include <cstddef>
+#include <cstring>
+
+#include "strings/unit_rules.h"
+
+namespace qz::detail {
+
+template <class Unit>
+struct unit_run {
+  Unit const* units;
+  int count;
+};
+
+template <class Unit>
+struct text_view {
+  Unit const* units;
+  unsigned short const* lengthField;
+  int capacity;
+
+  int used() const { return *lengthField < capacity ? *lengthField : capacity; }
+  unit_run<Unit> run() const { return {units, used()}; }
+};
+
+template <class Unit>
+struct text_slot {
+  Unit* units;
+  unsigned short* lengthField;
+  int capacity;
+
+  int used() const { return *lengthField < capacity ? *lengthField : capacity; }
+  int room() const { return capacity - used(); }
+  unit_run<Unit> run() const { return {units, used()}; }
+  text_view<Unit> view() const { return {units, lengthField, capacity}; }
+  void setUsed(int count) const { *lengthField = static_cast<unsigned short>(count); }
+  void setUsedAndEnd(int count) const {
+    setUsed(count);
+    units[count] = 0;
+  }
+};
+
+template <class String>
+auto slotOf(String& string) {
+  return text_slot<typename String::unit>{string.data, &string.length, String::kCapacity};
+}
+
+template <class String>
+auto viewOf(String const& string) {
+  return text_view<typename String::unit>{string.data, &string.length, String::kCapacity};
+}
+
+// Source and target may overlap.
+template <class Unit>
+inline void copyUnits(Unit* to, Unit const* from, int count) {
+  std::memmove(to, from, static_cast<std::size_t>(count) * sizeof(Unit));
+}
+
+// What a count from outside becomes: its low 16 bits, at most the capacity. The reduction comes
+// first, so 65,540 characters give 4 and a negative count gives, as a rule, the capacity.
+constexpr int cutCount(std::size_t count, int capacity) {
+  auto const low = static_cast<unsigned short>(count);
+  return low < capacity ? low : capacity;
+}
+constexpr int cutCount(int count, int capacity) {
+  return cutCount(static_cast<std::size_t>(static_cast<unsigned short>(count)), capacity);
+}
+
+// --- filling (text_fill.cpp) ---
+
+// Length and all capacity + 1 units become zero.
+template <class Unit>
+void zeroAll(text_slot<Unit> text);
+// Everything behind the text becomes zero, the terminator included.
+template <class Unit>
+void zeroUnused(text_slot<Unit> text);
+// Copies at most the capacity, and ends the text. The source may lie in the text itself.
+template <class Unit>
+void assign(text_slot<Unit> text, unit_run<Unit> source);
+// Keeps the low byte of each unit.
+void assignNarrowed(text_slot<char> text, unit_run<unsigned short> source);
+template <class Unit>
+void setLength(text_slot<Unit> text, short wanted);
+// The length becomes the place of the first zero unit, or the capacity.
+template <class Unit>
+void measure(text_slot<Unit> text);
+// Appends what fits and ends the text.
+template <class Unit>
+void append(text_slot<Unit> text, unit_run<Unit> source);
+// Appends unit by unit and reads the end of `source` again after each one, so that a string
+// appended to itself repeats until it is full.
+template <class Unit>
+void appendLive(text_slot<Unit> text, text_view<Unit> source);
+// Appends the decimal text of a number, cut from the right.
+template <class Unit>
+void appendDecimal(text_slot<Unit> text, unsigned long long magnitude, bool negative);
+// Appends `source` in a column of `field` units: blanks behind it, or before it if `rightAligned`.
+// The text is cut at the room; the blanks are not.
+template <class Unit>
+void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool rightAligned);
+
+template <class Unit>
+inline void appendUnit(text_slot<Unit> text, Unit unit) {
+  if (*text.lengthField >= text.capacity) return;
+  text.units[*text.lengthField] = unit;
+  text.setUsedAndEnd(*text.lengthField + 1);
+}
+
+// --- comparing (text_compare.cpp) ---
+
+// Exact. The first unit of the arrays counts even when both texts are empty.
+template <class Unit>
+bool equal(text_view<Unit> a, text_view<Unit> b);
+template <class Unit>
+bool equal(text_view<Unit> a, unit_run<Unit> b);
+template <class Unit>
+bool equalFolded(text_view<Unit> a, unit_run<Unit> b);
+// Folds `a` alone; `b` is expected in that case already.
+template <class Unit>
+bool equalUpperInput(text_view<Unit> a, text_view<Unit> b);
+template <class Unit>
+bool equalLowerInput(text_view<Unit> a, text_view<Unit> b);
+// memcmp over the shorter length, without a decision on a tie.
+template <class Unit>
+int comparePrefix(text_view<Unit> a, text_view<Unit> b);
+template <class Unit>
+bool lessThan(text_view<Unit> a, text_view<Unit> b);
+template <class Unit>
+int compareFolded(text_view<Unit> a, text_view<Unit> b);
+template <class Unit>
+bool startsWith(unit_run<Unit> text, unit_run<Unit> prefix);
+template <class Unit>
+bool startsWithFolded(unit_run<Unit> text, unit_run<Unit> prefix);
+template <class Unit>
+bool endsWithFolded(unit_run<Unit> text, unit_run<Unit> suffix);
+
+// --- searching (text_search.cpp); all give -1 for not found ---
+
+// Forward from `start` if 1 <= start < length, else from 0.
+template <class Unit>
+int findUnit(text_view<Unit> text, Unit unit, int start);
+template <class Unit>
+int findUnitFolded(text_view<Unit> text, Unit unit, int start);
+// Exact, backward from `start` if 0 <= start < length, else from the end.
+template <class Unit>
+int findLastUnit(text_view<Unit> text, Unit unit, int start);
+template <class Unit>
+int find(unit_run<Unit> text, unit_run<Unit> needle, int start);
+template <class Unit>
+int findFolded(unit_run<Unit> text, unit_run<Unit> needle, int start);
+// Folds `text` alone; `needle` is expected in upper case already.
+template <class Unit>
+int findUpperInput(unit_run<Unit> text, unit_run<Unit> needle, int start);
+template <class Unit>
+int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, int candidateCount,
+                       int* which);
+template <class Unit>
+int countUnit(text_view<Unit> text, Unit unit);
+template <class Unit>
+int countUnitFolded(text_view<Unit> text, Unit unit);
+
+// --- editing (text_edit.cpp) ---
+
+template <class Unit>
+void foldUpper(text_slot<Unit> text);
+template <class Unit>
+void foldLower(text_slot<Unit> text);
+template <class Unit>
+void trim(text_slot<Unit> text);
+template <class Unit>
+void insertAt(text_slot<Unit> text, int position, text_view<Unit> source);
+template <class Unit>
+void removeRange(text_slot<Unit> text, int start, int count);
+template <class Unit>
+void removeUnitFolded(text_slot<Unit> text, Unit unit);
+template <class Unit>
+void replaceUnitFolded(text_slot<Unit> text, Unit from, Unit to);
+// `lent` has room for capacity units; it is used only where `to` is longer than `from`.
+template <class Unit>
+void replaceAll(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent);
+template <class Unit>
+void replaceAllFolded(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent);
+template <class Unit>
+void removeAll(text_slot<Unit> text, text_view<Unit> needle);
+template <class Unit>
+void removeAllFolded(text_slot<Unit> text, text_view<Unit> needle);
+// Fills the empty string `piece` with `count` units of the array, whatever the length is.
+template <class Unit>
+void takeRange(text_view<Unit> text, int start, int count, text_slot<Unit> piece);
+// Fills the empty string `piece` with what stands before the first folded `unit`, and gives the
+// place of that unit, or -1 with `piece` left alone.
+template <class Unit>
+int takeLeft(text_view<Unit> text, Unit unit, bool keep, text_slot<Unit> piece);
+// Drops the first `count` units. With nothing left no terminator is written.
+template <class Unit>
+void dropFront(text_slot<Unit> text, int count);
+
+}  // namespace qz::detail
+
+#endif  // QZ_STRINGS_TEXT_CORE_H_

@@ -1,0 +1,106 @@
+#include <algorithm>
+
+#include "strings/text_core.h"
+#include "strings/text_search_filter.h"
+
+namespace qz::detail {
+namespace {
+
+template <class Unit, class Same>
+int findForward(text_view<Unit> text, int start, Same same) {
+  int const count = text.used();
+  // Required: a start outside the text begins again at the front.
+  for (int i = start >= 1 && start < count ? start : 0; i < count; ++i)
+    if (same(text.units[i])) return i;
+  return -1;
+}
+
+template <class Unit>
+auto exactly(Unit unit) {
+  return [unit](Unit other) { return other == unit; };
+}
+
+template <class Unit>
+auto folded(Unit unit) {
+  return [wanted = unit_rules<Unit>::upper(unit)](Unit other) {
+    return unit_rules<Unit>::upper(other) == wanted;
+  };
+}
+
+}  // namespace
+
+template <class Unit>
+int findUnit(text_view<Unit> text, Unit unit, int start) {
+  return findForward(text, start, exactly(unit));
+}
+
+template <class Unit>
+int findUnitFolded(text_view<Unit> text, Unit unit, int start) {
+  return findForward(text, start, folded(unit));
+}
+
+template <class Unit>
+int findLastUnit(text_view<Unit> text, Unit unit, int start) {
+  int const count = text.used();
+  int i = start >= 0 && start < count ? start : count - 1;
+  while (i >= 0 && text.units[i] != unit) --i;
+  return i;
+}
+
+template <class Unit>
+int find(unit_run<Unit> text, unit_run<Unit> needle, int start) {
+  return filteredFind(text, needle, start, as_it_is{}, as_it_is{});
+}
+
+template <class Unit>
+int findFolded(unit_run<Unit> text, unit_run<Unit> needle, int start) {
+  return filteredFind(text, needle, start, to_upper{}, to_upper{});
+}
+
+template <class Unit>
+int findUpperInput(unit_run<Unit> text, unit_run<Unit> needle, int start) {
+  return filteredFind(text, needle, start, to_upper{}, as_it_is{});
+}
+
+template <class Unit>
+int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, int candidateCount,
+                       int* which) {
+  int held = -1;
+  if (which != nullptr) *which = -1;
+  for (int i = 0; i < candidateCount; ++i) {
+    int const position = findFolded(text.run(), candidates[i], 0);
+    if (position < 0) continue;
+    // Required: a later candidate wins over an earlier one even where it stands further right.
+    held = position;
+    if (which != nullptr) *which = i;
+    if (position == 0) break;
+  }
+  return held;
+}
+
+template <class Unit>
+int countUnit(text_view<Unit> text, Unit unit) {
+  return static_cast<int>(std::count_if(text.units, text.units + text.used(), exactly(unit)));
+}
+
+template <class Unit>
+int countUnitFolded(text_view<Unit> text, Unit unit) {
+  return static_cast<int>(std::count_if(text.units, text.units + text.used(), folded(unit)));
+}
+
+#define QZ_INSTANTIATE(Unit)                                                          \
+  template int findUnit(text_view<Unit>, Unit, int);                                  \
+  template int findUnitFolded(text_view<Unit>, Unit, int);                            \
+  template int findLastUnit(text_view<Unit>, Unit, int);                              \
+  template int find(unit_run<Unit>, unit_run<Unit>, int);                             \
+  template int findFolded(unit_run<Unit>, unit_run<Unit>, int);                       \
+  template int findUpperInput(unit_run<Unit>, unit_run<Unit>, int);                   \
+  template int findFirstCandidate(text_view<Unit>, unit_run<Unit> const*, int, int*); \
+  template int countUnit(text_view<Unit>, Unit);                                      \
+  template int countUnitFolded(text_view<Unit>, Unit)
+
+QZ_INSTANTIATE(char);
+QZ_INSTANTIATE(unsigned short);
+#undef QZ_INSTANTIATE
+
+}  // namespace qz::detail

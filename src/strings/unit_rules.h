@@ -1,0 +1,54 @@
+// Everything in which 8-bit and 16-bit text differ at the level of one unit, side by side. The
+// algorithms of text_core.h take these rules by their unit type and know no other difference;
+// what differs for a whole member stands in the struct that has the member.
+//
+//   rule      char                              unsigned short
+//   upper     a-z to A-Z, all others stay       a-z to A-Z, all others stay
+//   lower     A-Z to a-z, all others stay       A-Z to a-z, all others stay
+//   weight    as a signed byte                  as an unsigned number
+//   order     as an unsigned byte               low byte first, as the bytes lie in memory
+//   spell     narrow text is used where it is   narrow text is widened, with its sign
+//
+// Folding is ASCII only: what toupper and tolower do in the "C" locale, whichever locale the
+// program sets. Bytes of 128 and above stay.
+#ifndef QZ_STRINGS_UNIT_RULES_H_
+#define QZ_STRINGS_UNIT_RULES_H_
+
+namespace qz::detail {
+
+template <class Unit>
+struct unit_rules;
+
+template <>
+struct unit_rules<char> {
+  static constexpr char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+  }
+  static constexpr char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+  }
+  static constexpr int weight(char c) { return static_cast<signed char>(c); }
+  static constexpr int order(char c) { return static_cast<unsigned char>(c); }
+  static char const* spell(char const* text, int /*count*/, char* /*lent*/) { return text; }
+};
+
+template <>
+struct unit_rules<unsigned short> {
+  static constexpr unsigned short upper(unsigned short c) {
+    return c >= 'a' && c <= 'z' ? static_cast<unsigned short>(c - 32) : c;
+  }
+  static constexpr unsigned short lower(unsigned short c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<unsigned short>(c + 32) : c;
+  }
+  static constexpr int weight(unsigned short c) { return c; }
+  static constexpr int order(unsigned short c) { return ((c & 0xFF) << 8) | (c >> 8); }
+  static unsigned short const* spell(char const* text, int count, unsigned short* lent) {
+    for (int i = 0; i < count; ++i)
+      lent[i] = static_cast<unsigned short>(static_cast<signed char>(text[i]));
+    return lent;
+  }
+};
+
+}  // namespace qz::detail
+
+#endif  // QZ_STRINGS_UNIT_RULES_H_
