@@ -1,0 +1,275 @@
+// The two services on Linux, out of /proc. Enumerating costs four system calls a process (open,
+// read and close of its stat file, stat of its directory) and no heap, no stream and no library
+// state: nearly all of its time is the kernel's. A kernel thread costs three, since they all have
+// one owner.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "process/platform.h"
+#include "process/proc_text.h"
+
+namespace qz::detail {
+
+namespace {
+
+// A list keeps 3999 records, so entries beyond that would never be used. Nobody touches more of the
+// buffer than is filled.
+constexpr int kRoom = 4000;
+// The stat line up to its 20th field at the longest: a name of 64 bytes and 20 digits a field.
+constexpr std::size_t kStatSize = 1024;
+// PF_KTHREAD of the kernel's include/linux/sched.h.
+constexpr std::uint32_t kKernelThread = 0x00200000;
+constexpr std::size_t kNameSize = sizeof process_entry::name - 1;
+constexpr int kScans = 3;
+
+bool hasVanished(int code) { return code == ENOENT || code == ESRCH; }
+bool isShortage(int code) { return code == EMFILE || code == ENFILE || code == ENOMEM; }
+
+void closeKeepingErrno(int descriptor) {
+  int const cause = errno;
+  (void)close(descriptor);  // nothing was written, so nothing can be lost
+  errno = cause;
+}
+
+// Returns the bytes read by one read, or -1 with errno.
+ssize_t readFile(int directory, char const* path, char* buffer, std::size_t size) {
+  int const file = openat(directory, path, O_RDONLY | O_CLOEXEC);
+  if (file < 0) return -1;
+  ssize_t got = -1;
+  do got = read(file, buffer, size);
+  while (got < 0 && errno == EINTR);
+  closeKeepingErrno(file);
+  return got;
+}
+
+int openDirectory(char const* path) { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }
+
+// Calls `visit(id, text of the id)` for every entry of the directory that is a number, until one
+// call gives false. Returns true if it came to the end; otherwise errno is what that call left, or
+// tells why the directory can't be read.
+template <class Visit>
+bool forEachId(int directory, Visit visit) {
+  alignas(dirent64) char buffer[32 * 1024];
+  for (;;) {
+    ssize_t const got = getdents64(directory, buffer, sizeof buffer);
+    if (got <= 0) return got == 0;
+    for (ssize_t at = 0; at < got;) {
+      auto const* entry = reinterpret_cast<dirent64 const*>(buffer + at);
+      at += entry->d_reclen;
+      std::uint32_t id = 0;
+      if (parseId(entry->d_name, &id) && !visit(id, entry->d_name)) return false;
+    }
+  }
+}
+
+// A process that has ended and only waits to be reaped, or a thread that has ended while others
+// run.
+bool hasEnded(stat_line const& line) { return line.state == 'Z' || line.state == 'X'; }
+bool isGone(stat_line const& line) { return hasEnded(line) && line.threads <= 1; }
+
+// "ID/stat"
+struct stat_path {
+  char text[24];
+
+  explicit stat_path(char const* id) {
+    std::size_t const length = strnlen(id, sizeof text - sizeof "/stat");
+    std::memcpy(text, id, length);
+    std::memcpy(text + length, "/stat", sizeof "/stat");
+  }
+};
+
+// --- enumerate all processes ---
+
+struct process_scan {
+  process_entry* entries;
+  int room;
+  std::uint32_t ownPid;
+  int proc = -1;  // descriptor of /proc
+  int count = 0;
+  bool sawOwn = false;
+  bool knowsKernelOwner = false;
+  int kernelOwner = 0;
+
+  bool isFull() const { return count == room; }
+};
+
+void setName(process_entry& entry, char const* name, std::size_t size) {
+  if (size > kNameSize) size = kNameSize;
+  std::memcpy(entry.name, name, size);
+  entry.name[size] = 0;
+}
+
+// Adds the process unless it has gone. Returns false if the scan is over, because it is full or,
+// with errno, because it can't go on.
+bool addProcess(process_scan& scan, std::uint32_t pid, char const* pidText) {
+  char text[kStatSize];
+  stat_line line;
+  ssize_t const got = readFile(scan.proc, stat_path(pidText).text, text, sizeof text);
+  if (got < 0 && hasVanished(errno)) return true;
+  if (got < 0 && isShortage(errno)) return false;
+
+  // What the file does not tell, because it is forbidden, is left empty.
+  bool const known = got >= 0 && parseStatLine(text, static_cast<std::size_t>(got), &line);
+  if (known && isGone(line)) return true;
+  bool const isKernelThread = known && (line.flags & kKernelThread) != 0;
+
+  process_entry& entry = scan.entries[scan.count];
+  if (isKernelThread && scan.knowsKernelOwner) {
+    entry.uid = scan.kernelOwner;
+  } else {
+    // The directory and not the file, which belongs to root where a process is not dumpable.
+    struct stat directory;
+    if (fstatat(scan.proc, pidText, &directory, 0) != 0) return !isShortage(errno);
+    entry.uid = static_cast<int>(directory.st_uid);
+    if (isKernelThread) {
+      scan.kernelOwner = entry.uid;
+      scan.knowsKernelOwner = true;
+    }
+  }
+  entry.pid = pid;
+  entry.parentPid = known ? line.parentPid : 0;
+  setName(entry, known ? line.name : "", known ? line.nameSize : 0);
+  if (pid == scan.ownPid) scan.sawOwn = true;
+  ++scan.count;
+  return !scan.isFull();
+}
+
+// False with errno if it can't be done.
+bool scanAll(process_scan& scan) {
+  scan.proc = openDirectory("/proc");
+  if (scan.proc < 0) return false;
+  bool const toTheEnd = forEachId(scan.proc, [&scan](std::uint32_t pid, char const* pidText) {
+    return addProcess(scan, pid, pidText);
+  });
+  closeKeepingErrno(scan.proc);
+  return toTheEnd || scan.isFull();
+}
+
+// --- query one process ---
+
+// The code for the current errno.
+int queryCode() {
+  int const code = errno;
+  if (hasVanished(code) || code == EPERM || code == EACCES) return kRefusedCode;
+  return code == kRefusedCode ? 1000 + kRefusedCode : code;  // EIO has the number of a refusal
+}
+
+// "/proc/PID" and something behind it.
+struct process_path {
+  char text[32] = "/proc/";
+
+  process_path(std::uint32_t pid, char const* rest) {
+    constexpr int kPrefix = 6;
+    char* const end = std::to_chars(text + kPrefix, text + sizeof text, pid).ptr;
+    std::memcpy(end, rest, std::strlen(rest) + 1);
+  }
+};
+
+// False with errno; a text that makes no sense is an input error.
+bool readStat(int directory, char const* path, stat_line* line) {
+  char text[kStatSize];
+  ssize_t const got = readFile(directory, path, text, sizeof text);
+  if (got < 0) return false;
+  if (parseStatLine(text, static_cast<std::size_t>(got), line)) return true;
+  errno = EIO;
+  return false;
+}
+
+bool readResidentBytes(std::uint32_t pid, unsigned long long* bytes) {
+  char text[256];
+  ssize_t const got = readFile(AT_FDCWD, process_path(pid, "/statm").text, text, sizeof text);
+  if (got < 0) return false;
+  std::uint64_t pages = 0;
+  if (!parseResidentPages(text, static_cast<std::size_t>(got), &pages)) {
+    errno = EIO;
+    return false;
+  }
+  *bytes = pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  return true;
+}
+
+cpu_time cpuTime(std::int64_t ticks) {
+  long const rate = sysconf(_SC_CLK_TCK);
+  return {ticks / rate, static_cast<int>(ticks % rate * 1000000 / rate)};
+}
+
+struct cpu_ticks {
+  std::int64_t user = 0;
+  std::int64_t system = 0;
+};
+
+cpu_ticks ticksOf(stat_line const& line) {
+  return {static_cast<std::int64_t>(line.userTicks), static_cast<std::int64_t>(line.systemTicks)};
+}
+
+// Fills `threads` and adds up their times. A thread that has ended (the first one stays visible),
+// or may not be looked at, is left out. With none left the process has vanished.
+bool readThreads(std::uint32_t pid, std::vector<thread_times>* threads, cpu_ticks* sum) {
+  int const tasks = openDirectory(process_path(pid, "/task").text);
+  if (tasks < 0) return false;
+  bool const toTheEnd = forEachId(tasks, [&](std::uint32_t, char const* tidText) {
+    stat_line line;
+    if (!readStat(tasks, stat_path(tidText).text, &line)) return queryCode() == kRefusedCode;
+    if (hasEnded(line)) return true;
+    cpu_ticks const own = ticksOf(line);
+    threads->push_back({cpuTime(own.user), cpuTime(own.system), false});
+    sum->user += own.user;
+    sum->system += own.system;
+    return true;
+  });
+  closeKeepingErrno(tasks);
+  if (toTheEnd && threads->empty()) errno = ESRCH;
+  return toTheEnd && !threads->empty();
+}
+
+}  // namespace
+
+enumeration enumerateProcesses(process_entry* entries, int& count) {
+  if (entries == nullptr) {
+    count = kRoom;
+    return enumeration::complete;
+  }
+  int const room = count;
+  if (room <= 0) return enumeration::complete;
+  // A directory that changes while it is read can hide a process that was there all the time. The
+  // own one is known to be there, so its absence tells such a scan.
+  for (int number = 1; number <= kScans; ++number) {
+    process_scan scan = {entries, room, static_cast<std::uint32_t>(getpid())};
+    count = 0;
+    if (!scanAll(scan)) return enumeration::failed;
+    count = scan.count;
+    if (scan.sawOwn || scan.isFull()) break;
+  }
+  if (count > 0) return enumeration::complete;
+  // Not a single process: an empty directory and not a mounted /proc.
+  errno = ENOENT;
+  return enumeration::failed;
+}
+
+query_answer queryProcess(unsigned pid, process_figures& figures) {
+  figures.threads.clear();
+  // The times of the whole are read before those of the threads, so that a thread that ends in
+  // between counts as ended.
+  stat_line whole;
+  if (!readStat(AT_FDCWD, process_path(pid, "/stat").text, &whole))
+    return {query_answer::access_refused, queryCode()};
+  if (isGone(whole)) return {query_answer::access_refused, kRefusedCode};
+  cpu_ticks live;
+  if (!readResidentBytes(pid, &figures.residentBytes) || !readThreads(pid, &figures.threads, &live))
+    return {query_answer::figures_refused, queryCode()};
+  // Live threads have gone on running since, so they can come out above the whole.
+  cpu_ticks const all = ticksOf(whole);
+  figures.endedUser = cpuTime(all.user > live.user ? all.user - live.user : 0);
+  figures.endedSystem = cpuTime(all.system > live.system ? all.system - live.system : 0);
+  return {query_answer::answered, 0};
+}
+
+}  // namespace qz::detail
