@@ -47,11 +47,14 @@ unsigned int qzCRCReflect(unsigned int value, char bits) {
 
 void qzCRCInitialize() {
   std::memset(qzCRCulTable, 0, sizeof qzCRCulTable);
-  for (unsigned int i = 0; i < 256; ++i) {
-    unsigned int entry = qzCRCReflect(i, 8) << 24;
+  // An entry is the exclusive-or of the entries of its index's bits, so the division is done for
+  // those eight alone. A short-lived program pays for the table each time that it runs.
+  for (unsigned int bit = 1; bit < 256; bit <<= 1) {
+    unsigned int entry = qzCRCReflect(bit, 8) << 24;
     for (int step = 0; step < 8; ++step)
       entry = (entry << 1) ^ ((entry & 0x80000000) != 0 ? 0x04C11DB7 : 0);
-    qzCRCulTable[i] = qzCRCReflect(entry, 32);
+    entry = qzCRCReflect(entry, 32);
+    for (unsigned int i = 0; i < bit; ++i) qzCRCulTable[bit + i] = entry ^ qzCRCulTable[i];
   }
   qzCRCulTableInitialized = true;
 }
