@@ -1,0 +1,180 @@
+#include "tool/tool_driver.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <regex>
+
+namespace driver {
+namespace {
+
+void writeFile(char const* path, std::string const& text) {
+  int const file = open(path, O_WRONLY | O_CLOEXEC);
+  if (file < 0) return;
+  (void)!write(file, text.data(), text.size());  // a failure shows in what follows
+  close(file);
+}
+
+// Root may make namespaces; anybody else takes a user namespace first and is root in there.
+void enterNamespaces(int flags) {
+  if (unshare(flags) == 0) return;
+  uid_t const user = getuid();
+  gid_t const group = getgid();
+  if (unshare(flags | CLONE_NEWUSER) != 0) {
+    std::perror("these tests need namespaces: run them as root or allow user namespaces; unshare");
+    std::abort();
+  }
+  writeFile("/proc/self/setgroups", "deny");
+  writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+  writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+}
+
+std::string withFixedStamps(std::string const& output) {
+  static std::regex const stamp("[A-Z][a-z]{2} [0-9]{2}\\. [0-9]{2}:[0-9]{2}\\.[0-9]{2}");
+  return std::regex_replace(output, stamp, "Jan 01. 00:00.00");
+}
+
+void execTool(arguments const& args) {
+  std::vector<char*> argv{const_cast<char*>("qzCheckExitcode")};
+  for (auto const& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+  argv.push_back(nullptr);
+  execv(QZ_TOOL_PATH, argv.data());
+  std::perror(QZ_TOOL_PATH);
+  _exit(127);
+}
+
+}  // namespace
+
+double now() {
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+void enterOwnIpcNamespace() { enterNamespaces(CLONE_NEWIPC); }
+
+running_tool startTool(arguments const& args, std::function<void()> const& prepare) {
+  int output[2];
+  int errors[2];
+  if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) std::abort();
+  double const started = now();
+  pid_t const pid = fork();
+  if (pid == 0) {
+    dup2(output[1], STDOUT_FILENO);
+    dup2(errors[1], STDERR_FILENO);
+    if (prepare) prepare();
+    execTool(args);
+  }
+  close(output[1]);
+  close(errors[1]);
+  return {pid, output[0], errors[0], started};
+}
+
+tool_run finish(running_tool const& tool) {
+  tool_run run{};
+  pollfd streams[2] = {{tool.output, POLLIN, 0}, {tool.errors, POLLIN, 0}};
+  std::string* const texts[2] = {&run.output, &run.errors};
+  for (int open = 2; open > 0;) {
+    poll(streams, 2, -1);
+    for (int i = 0; i < 2; ++i) {
+      if (streams[i].fd < 0 || streams[i].revents == 0) continue;
+      char buffer[4096];
+      ssize_t const count = read(streams[i].fd, buffer, sizeof buffer);
+      if (count > 0) {
+        texts[i]->append(buffer, static_cast<std::size_t>(count));
+      } else {
+        close(streams[i].fd);
+        streams[i].fd = -1;
+        --open;
+      }
+    }
+  }
+  waitpid(tool.pid, &run.status, 0);
+  run.seconds = now() - tool.started;
+  run.output = withFixedStamps(run.output);
+  return run;
+}
+
+tool_run runTool(arguments const& args, std::function<void()> const& prepare) {
+  return finish(startTool(args, prepare));
+}
+
+void inOwnPidNamespace(std::function<void()> const& body, int orphans,
+                       std::function<void()> const& outside) {
+  // This process makes the namespace; its first child is process 1 in there, and further children
+  // are in there too, but with their parent outside.
+  pid_t const maker = fork();
+  if (maker == 0) {
+    enterNamespaces(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWIPC);
+    int ready[2];
+    if (pipe(ready) != 0) _exit(2);
+    pid_t const first = fork();
+    if (first == 0) {
+      char go;
+      close(ready[1]);
+      (void)!read(ready[0], &go, 1);
+      if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+          mount("proc", "/proc", "proc", 0, nullptr) != 0) {
+        std::perror("mount /proc");
+        _exit(2);
+      }
+      body();
+      std::fflush(stdout);
+      _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    for (int i = 0; i < orphans; ++i) {
+      if (fork() == 0) {
+        close(ready[1]);
+        outside();
+        _exit(0);
+      }
+    }
+    close(ready[1]);
+    // Process 1 ends only after all others have been reaped, so any of them may come first.
+    int status = 1;
+    int ended = 0;
+    for (pid_t pid; (pid = wait(&ended)) > 0;)
+      if (pid == first) status = ended;
+    _exit(status == 0 ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(maker, &status, 0);
+  EXPECT_EQ(status, 0) << "in the PID namespace, see above";
+}
+
+pid_t startRender(std::string const& name, int milliseconds) {
+  pid_t const pid = fork();
+  if (pid == 0) {
+    prctl(PR_SET_NAME, name.c_str());
+    usleep(static_cast<useconds_t>(milliseconds) * 1000);
+    _exit(0);
+  }
+  usleep(50 * 1000);  // until it bears its name
+  return pid;
+}
+
+void reap(pid_t pid) { waitpid(pid, nullptr, 0); }
+
+std::string framed(bool isError, std::string const& text) {
+  std::string line = text.empty() ? "" : "  " + text + "    ";
+  if (line.size() < 100) line.append(100 - line.size(), isError ? '+' : '_');
+  return "++" + line + "\n";
+}
+
+std::string report(bool isError, std::string const& lines) {
+  return framed(isError, "") + framed(isError, "Jan 01. 00:00.00  Render executable closed") +
+         lines;
+}
+
+}  // namespace driver
