@@ -9,7 +9,7 @@ namespace {
 template <int N>
 constexpr bool hasString8Image() {
   using string = _qzString8_allSize<N>;
-  return sizeof(string) == (N + 4) / 2 * 2 && alignof(string) == 2 &&
+  return sizeof(string) == std::size_t{N + 4} / 2 * 2 && alignof(string) == 2 &&
          std::is_standard_layout_v<string> && std::is_trivially_copyable_v<string> &&
          offsetof(string, length) == offsetof(_qzString8_Uni_pointer, length) &&
          offsetof(string, data) == sizeof(_qzString8_Uni_pointer);

@@ -315,7 +315,7 @@ struct text_members {
   text_slot<Unit> slot() { return slotOf(self()); }
   text_view<Unit> view() const { return viewOf(self()); }
   unit_run<Unit> run() const { return viewOf(self()).run(); }
-  static Unit widened(char c) { return static_cast<Unit>(static_cast<signed char>(c)); }
+  static Unit widened(char c) { return static_cast<Unit>(unit_rules<char>::weight(c)); }
   static unit_run<Unit> spelled(char const* text, int count, Unit* lent) {
     return {unit_rules<Unit>::spell(text, count, lent), count};
   }

@@ -44,7 +44,7 @@ struct unit_rules<unsigned short> {
   static constexpr int order(unsigned short c) { return ((c & 0xFF) << 8) | (c >> 8); }
   static unsigned short const* spell(char const* text, int count, unsigned short* lent) {
     for (int i = 0; i < count; ++i)
-      lent[i] = static_cast<unsigned short>(static_cast<signed char>(text[i]));
+      lent[i] = static_cast<unsigned short>(unit_rules<char>::weight(text[i]));
     return lent;
   }
 };
