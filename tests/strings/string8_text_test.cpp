@@ -69,6 +69,9 @@ TEST(String8Search, PrefixesFoldAndSingleCharactersDoNot) {
   EXPECT_FALSE(S25("abc").startsWithCaseSen("A"));
   EXPECT_FALSE(S25("abc").startsWithCaseSen(""));
   EXPECT_FALSE(S25("abc").startsWithCaseSen(kNull));
+  EXPECT_TRUE(S25("abc").startsWithCaseSen(S25("ab")));
+  EXPECT_FALSE(S25("abc").startsWithCaseSen(S25("A")));
+  EXPECT_FALSE(S25("abc").startsWithCaseSen(S25()));
   EXPECT_TRUE(S25("abc").startsWith("ABx", 2));
   EXPECT_FALSE(S25("abc").startsWith("AB", 3));
   EXPECT_FALSE(S25("abc").startsWith("abc", 0));
