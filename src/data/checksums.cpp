@@ -47,14 +47,14 @@ unsigned int qzCRCReflect(unsigned int value, char bits) {
 
 void qzCRCInitialize() {
   std::memset(qzCRCulTable, 0, sizeof qzCRCulTable);
-  // An entry is the exclusive-or of the entries of its index's bits, so the division is done for
-  // those eight alone. A short-lived program pays for the table each time that it runs.
-  for (unsigned int bit = 1; bit < 256; bit <<= 1) {
-    unsigned int entry = qzCRCReflect(bit, 8) << 24;
-    for (int step = 0; step < 8; ++step)
-      entry = (entry << 1) ^ ((entry & 0x80000000) != 0 ? 0x04C11DB7 : 0);
-    entry = qzCRCReflect(entry, 32);
-    for (unsigned int i = 0; i < bit; ++i) qzCRCulTable[bit + i] = entry ^ qzCRCulTable[i];
+  // An entry is the exclusive-or of the entries of its index's bits, and the entry of a bit is one
+  // step of the division away from that of the next higher bit. A short-lived program pays for the
+  // table each time that it runs.
+  unsigned int const polynomial = qzCRCReflect(0x04C11DB7, 32);
+  unsigned int entry = 1;
+  for (unsigned int bit = 128; bit != 0; bit >>= 1) {
+    entry = (entry >> 1) ^ ((entry & 1) != 0 ? polynomial : 0);
+    for (unsigned int i = 0; i < 256; i += 2 * bit) qzCRCulTable[bit + i] = entry ^ qzCRCulTable[i];
   }
   qzCRCulTableInitialized = true;
 }

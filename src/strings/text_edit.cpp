@@ -204,7 +204,6 @@ void dropFront(text_slot<Unit> text, int count) {
   splice(text, 0, count, unit_run<Unit>{text.units, 0});
 }
 
-// NOLINTBEGIN(bugprone-macro-parentheses): Unit is a type
 #define QZ_INSTANTIATE(Unit)                                                                \
   template void foldUpper(text_slot<Unit>);                                                 \
   template void foldLower(text_slot<Unit>);                                                 \
@@ -220,7 +219,6 @@ void dropFront(text_slot<Unit> text, int count) {
   template void takeRange(text_view<Unit>, int, int, text_slot<Unit>);                      \
   template int takeLeft(text_view<Unit>, Unit, bool, text_slot<Unit>);                      \
   template void dropFront(text_slot<Unit>, int)
-// NOLINTEND(bugprone-macro-parentheses)
 
 QZ_INSTANTIATE(char);
 QZ_INSTANTIATE(unsigned short);
