@@ -1,4 +1,5 @@
 // The tool beside a client's block: what it leaves there, and what it says where it can't.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -172,39 +173,22 @@ TEST_F(ToolPosting, ReportsASegmentOfAnotherUser) {
       << run.output;
 }
 
-// --- a log that is in a bad way ---
-
 TEST_F(ToolPosting, PostsEvenWhenNobodyReadsTheLog) {
-  struct {
-    char const* what;
-    std::function<void()> prepare;
-  } const rows[] = {
-      {"closed output", [] { close(STDOUT_FILENO); }},
-      {"all closed",
-       [] {
-         close(STDIN_FILENO);
-         close(STDOUT_FILENO);
-         close(STDERR_FILENO);
-       }},
-      {"full device",
-       [] {
-         if (freopen("/dev/full", "w", stdout) == nullptr) _exit(99);
-       }},
-      {"pipe without a reader",
-       [] {
-         int ends[2];
-         if (pipe(ends) != 0) _exit(99);
-         dup2(ends[1], STDOUT_FILENO);
-         close(ends[0]);
-         close(ends[1]);
-       }},
+  std::function<void()> const badLogs[] = {
+      [] { close(STDOUT_FILENO); },
+      [] { closefrom(STDIN_FILENO); },
+      [] { dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO); },
+      [] {  // a pipe without a reader
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) == 0) dup2(ends[1], STDOUT_FILENO);
+        close(ends[0]);
+      },
   };
   int slot = 0;
-  for (auto const& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (auto const& badLog : badLogs) {
+    SCOPED_TRACE(slot);
     std::string const expected = imageWith(slot, 1, 7, 1, 3);
-    auto const run = driver::runTool({"1", "1", "3", "7", "none"}, row.prepare);
-    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(driver::runTool({"1", "1", "3", "7", "none"}, badLog).status, 0);
     EXPECT_EQ(image(), expected);
     ++slot;
   }

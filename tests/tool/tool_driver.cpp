@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -66,40 +65,25 @@ void enterOwnIpcNamespace() { enterNamespaces(CLONE_NEWIPC); }
 
 running_tool startTool(arguments const& args, std::function<void()> const& prepare) {
   int output[2];
-  int errors[2];
-  if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) std::abort();
+  if (pipe2(output, O_CLOEXEC) != 0) std::abort();
   double const started = now();
   pid_t const pid = fork();
   if (pid == 0) {
     dup2(output[1], STDOUT_FILENO);
-    dup2(errors[1], STDERR_FILENO);
+    dup2(output[1], STDERR_FILENO);
     if (prepare) prepare();
     execTool(args);
   }
   close(output[1]);
-  close(errors[1]);
-  return {pid, output[0], errors[0], started};
+  return {pid, output[0], started};
 }
 
 tool_run finish(running_tool const& tool) {
   tool_run run{};
-  pollfd streams[2] = {{tool.output, POLLIN, 0}, {tool.errors, POLLIN, 0}};
-  std::string* const texts[2] = {&run.output, &run.errors};
-  for (int open = 2; open > 0;) {
-    poll(streams, 2, -1);
-    for (int i = 0; i < 2; ++i) {
-      if (streams[i].fd < 0 || streams[i].revents == 0) continue;
-      char buffer[4096];
-      ssize_t const count = read(streams[i].fd, buffer, sizeof buffer);
-      if (count > 0) {
-        texts[i]->append(buffer, static_cast<std::size_t>(count));
-      } else {
-        close(streams[i].fd);
-        streams[i].fd = -1;
-        --open;
-      }
-    }
-  }
+  char buffer[4096];
+  for (ssize_t count; (count = read(tool.output, buffer, sizeof buffer)) > 0;)
+    run.output.append(buffer, static_cast<std::size_t>(count));
+  close(tool.output);
   waitpid(tool.pid, &run.status, 0);
   run.seconds = now() - tool.started;
   run.output = withFixedStamps(run.output);

@@ -14,15 +14,13 @@ namespace driver {
 
 struct tool_run {
   int status;          // as waitpid gives it; 0 is a clean end with status 0
-  std::string output;  // standard output, with every time stamp read as "Jan 01. 00:00.00"
-  std::string errors;  // standard error
+  std::string output;  // both streams, with every time stamp read as "Jan 01. 00:00.00"
   double seconds;
 };
 
 struct running_tool {
   pid_t pid;
   int output;
-  int errors;
   double started;
 };
 
