@@ -46,7 +46,7 @@ void endOnSignals();
 int explainNoBlock(qzSharedMemory const& memory);
 int explainNoLock(qzSharedMemory const& memory);
 int explainNoOutput();
-bool printLine(message const& posted, int slot);
+bool printMessage(message const& posted, int slot);
 void sleepUntilDue(int milliseconds);
 
 // With the lock held. The marks come last: they tell the tools that the block is in order.
@@ -99,7 +99,7 @@ int main(int argc, char** argv) {
     memory.unlock();
 
     for (int slot = 0; slot < drained.count; ++slot)
-      if (!printLine(drained.list[slot], slot)) return explainNoOutput();
+      if (!printMessage(drained.list[slot], slot)) return explainNoOutput();
     if (last || (chosen.once && drained.count > 0)) return 0;
     sleepUntilDue(chosen.intervalMs);
   }
@@ -114,7 +114,8 @@ void printHelp() {
       "Usage: reference_client [--once] [--interval MS] [--size BYTES]\n"
       "\n"
       "Makes the block of shared memory in which qzCheckExitcode leaves its messages, and prints\n"
-      "one line for each message until it gets SIGINT or SIGTERM. It then removes the block.\n"
+      "one line for each message until it gets SIGINT, SIGTERM or SIGHUP. It then removes the "
+      "block.\n"
       "\n"
       "  --once          end after the first message, with those that wait beside it\n"
       "  --interval MS   look for messages every MS milliseconds, 1 to 3600000 (200)\n"
@@ -126,7 +127,7 @@ void printHelp() {
       kClientBlockBytes, kClientBlockBytes);
 }
 
-bool printLine(message const& posted, int slot) {
+bool printMessage(message const& posted, int slot) {
   char frame[32] = "no frame";
   if (posted.frame != kClientBlockNoFrame)
     std::snprintf(frame, sizeof frame, "frame %lld", static_cast<long long>(posted.frame));
@@ -175,6 +176,9 @@ void endOnSignals() {
   action.sa_handler = [](int) { endRequested = 1; };
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  struct sigaction before;
+  sigaction(SIGHUP, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);  // nohup(1) keeps it alive
   action.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &action, nullptr);
 }

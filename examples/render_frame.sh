@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # How a render script calls the exit-code check: one frame, one process, one check.
-set -u
+set -uf  # the ignored codes are split into words, and are no patterns
 case "${1:-}" in
   -h | --help)
     echo "Usage: render_frame.sh INSTANCE THREAD FRAME PROCESS 'IGNORED CODES' COMMAND..."
@@ -8,7 +8,7 @@ case "${1:-}" in
     echo "\$QZ_CHECK (qzCheckExitcode) with its exit code."
     exit 0 ;;
 esac
-[ $# -ge 6 ] || { echo "render_frame.sh: six arguments are needed, try -h" >&2; exit 2; }
+[ $# -ge 6 ] || { echo "render_frame.sh: at least six arguments are needed, try -h" >&2; exit 2; }
 
 instance=$1 thread=$2 frame=$3 process=$4 forgiven=$5
 shift 5

@@ -33,7 +33,7 @@ install_packages() {
   fi
   printf 'Installing %s\n' "${missing[*]}"
   "${as_root[@]}" apt-get update -qq || die "apt-get update failed"
-  DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq \
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
     --no-install-recommends "${missing[@]}" >/dev/null ||
     die "apt-get could not install: ${missing[*]}"
 }

@@ -159,7 +159,9 @@ void qzSharedMemory::clearAll() {
   int const id = findSegment(key, 0, 0444);
   shmid_ds status = {};
   if (shmctl(id, IPC_STAT, &status) == -1 && errno != EINVAL) {
-    setError("shmdt");  // Required: with the name of the other call, and the removal is still tried
+    // Required: with the name of the other call, and with a count of users that stays 0, so that
+    // the segment is removed even if it is in use.
+    setError("shmdt");
   }
   if (status.shm_nattch == 0 && shmctl(id, IPC_RMID, nullptr) == -1 && errno != EINVAL)
     setError("shmctl");

@@ -1,8 +1,9 @@
 #include "time/time_value.h"
 
-#include <cstdio>
 #include <ctime>
 #include <type_traits>
+
+#include "strings/formatted_text.h"
 
 static_assert(sizeof(_qzTime) == 8 && std::is_standard_layout_v<_qzTime>);
 
@@ -19,10 +20,6 @@ _qzString8_allSize<250> _qzTime::asQZ8StringMt() const {
   localtime_r(&seconds, &local);
   if (local.tm_mon < 0) local.tm_mon = 0;
 
-  _qzString8_allSize<250> text;
-  std::snprintf(text.toChar(), text.kCapacity + 1, "%s %02d. %02d:%02d.%02d",
-                month_names[local.tm_mon], local.tm_mday, local.tm_hour, local.tm_min,
-                local.tm_sec);
-  text.calcLength();
-  return text;
+  return qz::detail::formattedText("%s %02d. %02d:%02d.%02d", month_names[local.tm_mon],
+                                   local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
 }

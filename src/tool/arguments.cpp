@@ -4,18 +4,17 @@
 
 #include <cstdlib>
 
+#include "strings/formatted_text.h"
 #include "tool/report.h"
 
 namespace qz::detail {
 namespace {
 
-using argument_text = _qzString8_allSize<250>;
-
 enum class reading { missing, invalid, number };
 
 // Digits, and a minus sign in front. Nothing else is needed: an empty text and a lone minus sign
 // are numbers and give 0.
-bool isNumber(argument_text const& text) {
+bool isNumber(line_text const& text) {
   for (int i = 0; i < text.length; ++i) {
     char const c = text.data[i];
     if ((c < '0' || c > '9') && !(i == 0 && c == '-')) return false;
@@ -23,7 +22,7 @@ bool isNumber(argument_text const& text) {
   return true;
 }
 
-void reportError(argument_text const& a, argument_text const& b = "", argument_text const& c = "") {
+void reportError(line_text const& a, line_text const& b = "", line_text const& c = "") {
   writeInfoHeader(true);
   printLine(true, a, b, c);
   printLine(true, "", "", "");
@@ -42,7 +41,7 @@ constexpr positional_argument kJobThread = {nullptr, "' is not a valid threadID!
 constexpr positional_argument kFrameNumber = {nullptr, "' is not a valid frame number!"};
 
 // Copies the argument into `argText`, cut, and says what it is; reports what is wrong with it.
-reading read(positional_argument const& argument, char const* given, argument_text& argText) {
+reading read(positional_argument const& argument, char const* given, line_text& argText) {
   if (given == nullptr) {
     if (argument.whenMissing != nullptr) reportError(argument.whenMissing);
     return reading::missing;
@@ -53,7 +52,7 @@ reading read(positional_argument const& argument, char const* given, argument_te
   return reading::invalid;
 }
 
-void setRenderProcessName(run_state& run, argument_text const& name) {
+void setRenderProcessName(run_state& run, line_text const& name) {
   run.renderProcessName = name.asUni();
   run.renderProcessName.makeUpper();
 }
@@ -62,7 +61,7 @@ void setRenderProcessName(run_state& run, argument_text const& name) {
 // at least. Returns false for an ignored code that is not a number.
 bool readTrailing(char const* const* argv, int count, run_state& run) {
   for (int i = 0; i < count; ++i) {
-    argument_text argText(argv[i]);
+    line_text argText(argv[i]);
     if (!argText.startsWith("ignore=")) {
       setRenderProcessName(run, argText);
       continue;
@@ -88,7 +87,7 @@ bool readArguments(int argc, char const* const* argv, run_state& run) {
   auto const given = [&](int place) {
     return first + place < argc ? argv[first + place] : nullptr;
   };
-  argument_text argText;
+  line_text argText;
 
   if (read(kExitCode, given(0), argText) == reading::number)
     run.exitCode = std::atoi(argText.asChar());

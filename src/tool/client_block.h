@@ -9,7 +9,7 @@
 //   offset  928   blockVersion            must be kClientBlockVersion
 //   offset  930   blockReady              must not be 0
 //   offset 2001   messageCount            slots in use, filled from slot 0 upward
-//   offset 2002   messageKind             30 times uint8, 0 for the end of a frame
+//   offset 2002   messageKind             30 times uint8, written as 0 by qzCheckExitcode
 //   offset 2032   messageIsError          30 times uint8, 1 if the frame ended in error, else 0
 //   offset 2124   messageFrame            30 times int64, kClientBlockNoFrame for no frame
 //   offset 7435   messageJobThread        30 times uint8, low byte of the job thread's id

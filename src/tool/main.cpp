@@ -12,8 +12,9 @@
 
 int main(int argc, char** argv) {
   using namespace qz::detail;
-  // The message is posted even when nobody reads the log any more.
+  // The message is posted even when nobody reads the log any more, or when it may not grow.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
 
   flushOutput();
   qzSleep(350);

@@ -1,15 +1,14 @@
 #include "tool/posting.h"
 
-#include <cstdio>
-
 #include "sharedmem/shared_memory.h"
+#include "strings/formatted_text.h"
 #include "tool/client_block.h"
 #include "tool/report.h"
 
 namespace qz::detail {
 namespace {
 
-using line_text = _qzString8_allSize<250>;
+static_assert(kNotGiven == kClientBlockNoFrame);
 
 void fail(run_state& run, line_text const& what, line_text const& why = "") {
   run.isError = true;
@@ -17,21 +16,13 @@ void fail(run_state& run, line_text const& what, line_text const& why = "") {
 }
 
 void failWithSize(run_state& run, int size) {
-  line_text argText;
-  std::snprintf(argText.toChar(), argText.kCapacity + 1,
-                "Shared memory has wrong data size! (%d!=%d)", size, kClientBlockBytes);
-  argText.calcLength();
-  fail(run, argText);
+  fail(run, formattedText("Shared memory has wrong data size! (%d!=%d)", size, kClientBlockBytes));
 }
 
 // Names 1 as the wanted state of readiness, though any value but 0 will do.
 void failWithMarks(run_state& run, int magic, int version, int ready) {
-  line_text argText;
-  std::snprintf(argText.toChar(), argText.kCapacity + 1,
-                "Shared memory has wrong data format! (%d!=%d  %d!=%d  %d!=%d)", magic,
-                kClientBlockMagic, version, kClientBlockVersion, ready, 1);
-  argText.calcLength();
-  fail(run, argText);
+  fail(run, formattedText("Shared memory has wrong data format! (%d!=%d  %d!=%d  %d!=%d)", magic,
+                          kClientBlockMagic, version, kClientBlockVersion, ready, 1));
 }
 
 // The lock is held. The stores are volatile, so that they come in this order.

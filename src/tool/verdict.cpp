@@ -1,15 +1,13 @@
 #include "tool/verdict.h"
 
 #include <algorithm>
-#include <cstdio>
 
+#include "strings/formatted_text.h"
 #include "tool/report.h"
 #include "tool/system_services.h"
 
 namespace qz::detail {
 namespace {
-
-using line_text = _qzString8_allSize<250>;
 
 // Exit codes of Windows renderers, which pass their status through.
 constexpr int kMissingComponent = static_cast<int>(0xC0000135);
@@ -21,19 +19,12 @@ constexpr char kReturnedError[] = "=> Executable returned with an error code";
 bool isBetween(int value, int lowest, int highest) { return lowest <= value && value <= highest; }
 
 line_text returnedLine(run_state const& run) {
-  line_text argText;
   auto const code = static_cast<unsigned>(run.exitCode);
-  if (run.frameNumber == kNotGiven) {
-    std::snprintf(argText.toChar(), argText.kCapacity + 1,
-                  "Executable returned %d (0x%x) as exit code (jobthread %d).", run.exitCode, code,
-                  run.jobThreadId);
-  } else {
-    std::snprintf(argText.toChar(), argText.kCapacity + 1,
-                  "Executable returned %d (0x%x) as exit code for frame %d (jobthread %d).",
-                  run.exitCode, code, static_cast<int>(run.frameNumber), run.jobThreadId);
-  }
-  argText.calcLength();
-  return argText;
+  if (run.frameNumber == kNotGiven)
+    return formattedText("Executable returned %d (0x%x) as exit code (jobthread %d).", run.exitCode,
+                         code, run.jobThreadId);
+  return formattedText("Executable returned %d (0x%x) as exit code for frame %d (jobthread %d).",
+                       run.exitCode, code, static_cast<int>(run.frameNumber), run.jobThreadId);
 }
 
 // The frame's fill may differ from that of the other lines: the number of a forgiven code stands

@@ -9,8 +9,8 @@ namespace qz::detail {
 // Sets `isError` and `wasIgnored`: any exit code but 0 is an error unless it is to be forgiven.
 void judge(run_state& run);
 
-// Prints the report, from its header to the line that closes the verdict. What follows, if the
-// message can't be posted, and the closing frame line are the caller's.
+// Prints the report, from its header to the line that closes the verdict. The caller prints what
+// follows: a message that could not be posted, the version, the closing line.
 void writeVerdict(run_state const& run);
 
 }  // namespace qz::detail
