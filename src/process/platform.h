@@ -62,7 +62,9 @@ struct query_answer {
 // The code of a process that has gone or that this user may not inspect.
 constexpr int kRefusedCode = 5;
 
-// Fills `figures` for one process. What it holds after a refusal has no meaning.
+// Fills `figures` for one process. What it holds after a refusal has no meaning; a process whose
+// threads can't be listed is refused as a whole. The list of threads is the one allocation here,
+// and its failure passes through as std::bad_alloc.
 query_answer queryProcess(unsigned pid, process_figures& figures);
 
 }  // namespace qz::detail

@@ -20,9 +20,9 @@ namespace qz::detail {
 
 namespace {
 
-// A list keeps 3999 records, so entries beyond that would never be used. Nobody touches more of the
-// buffer than is filled.
-constexpr int kRoom = 4000;
+// What a list keeps; entries beyond that would never be used. Nobody touches more of the buffer
+// than is filled.
+constexpr int kRoom = 3999;
 // The stat line up to its 20th field at the longest: a name of 64 bytes and 20 digits a field.
 constexpr std::size_t kStatSize = 1024;
 // PF_KTHREAD of the kernel's include/linux/sched.h.
@@ -50,6 +50,15 @@ ssize_t readFile(int directory, char const* path, char* buffer, std::size_t size
   return got;
 }
 
+// Closes itself, also when an allocation fails.
+struct descriptor {
+  int number;
+
+  ~descriptor() {
+    if (number >= 0) closeKeepingErrno(number);
+  }
+};
+
 int openDirectory(char const* path) { return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }
 
 // Calls `visit(id, text of the id)` for every entry of the directory that is a number, until one
@@ -74,15 +83,19 @@ bool forEachId(int directory, Visit visit) {
 // run.
 bool hasEnded(stat_line const& line) { return line.state == 'Z' || line.state == 'X'; }
 bool isGone(stat_line const& line) { return hasEnded(line) && line.threads <= 1; }
+// A thread that calls exec takes the place and the id of the first one. What is read in that very
+// moment tells of the old one, which has no threads; a second look sees the successor.
+bool isReleased(stat_line const& line) { return hasEnded(line) && line.threads == 0; }
 
-// "ID/stat"
-struct stat_path {
+// The id of a process or a thread, and a file in its directory.
+struct task_path {
   char text[24];
 
-  explicit stat_path(char const* id) {
-    std::size_t const length = strnlen(id, sizeof text - sizeof "/stat");
+  // `id` is one that parseId took, of ten digits at most; `file` is "/stat" or "/statm".
+  task_path(char const* id, char const* file) {
+    std::size_t const length = std::strlen(id);
     std::memcpy(text, id, length);
-    std::memcpy(text + length, "/stat", sizeof "/stat");
+    std::memcpy(text + length, file, std::strlen(file) + 1);
   }
 };
 
@@ -97,6 +110,7 @@ struct process_scan {
   bool sawOwn = false;
   bool knowsKernelOwner = false;
   int kernelOwner = 0;
+  int lastRefusal = ENOENT;  // why a directory was left out that may not be looked at
 
   bool isFull() const { return count == room; }
 };
@@ -112,12 +126,14 @@ void setName(process_entry& entry, char const* name, std::size_t size) {
 bool addProcess(process_scan& scan, std::uint32_t pid, char const* pidText) {
   char text[kStatSize];
   stat_line line;
-  ssize_t const got = readFile(scan.proc, stat_path(pidText).text, text, sizeof text);
-  if (got < 0 && hasVanished(errno)) return true;
-  if (got < 0 && isShortage(errno)) return false;
-
-  // What the file does not tell, because it is forbidden, is left empty.
-  bool const known = got >= 0 && parseStatLine(text, static_cast<std::size_t>(got), &line);
+  bool known = false;  // what the file does not tell, because it is forbidden, is left empty
+  for (int look = 1; look <= 2; ++look) {
+    ssize_t const got = readFile(scan.proc, task_path(pidText, "/stat").text, text, sizeof text);
+    if (got < 0 && hasVanished(errno)) return true;
+    if (got < 0 && isShortage(errno)) return false;
+    known = got >= 0 && parseStatLine(text, static_cast<std::size_t>(got), &line);
+    if (!known || !isReleased(line)) break;
+  }
   if (known && isGone(line)) return true;
   bool const isKernelThread = known && (line.flags & kKernelThread) != 0;
 
@@ -127,7 +143,10 @@ bool addProcess(process_scan& scan, std::uint32_t pid, char const* pidText) {
   } else {
     // The directory and not the file, which belongs to root where a process is not dumpable.
     struct stat directory;
-    if (fstatat(scan.proc, pidText, &directory, 0) != 0) return !isShortage(errno);
+    if (fstatat(scan.proc, pidText, &directory, 0) != 0) {
+      if (!hasVanished(errno)) scan.lastRefusal = errno;
+      return !isShortage(errno);
+    }
     entry.uid = static_cast<int>(directory.st_uid);
     if (isKernelThread) {
       scan.kernelOwner = entry.uid;
@@ -183,9 +202,11 @@ bool readStat(int directory, char const* path, stat_line* line) {
   return false;
 }
 
-bool readResidentBytes(std::uint32_t pid, unsigned long long* bytes) {
+// The memory of the whole process, out of the file of any thread that lives. The first one's tells
+// nothing once that one has ended.
+bool readResidentBytes(int tasks, char const* tid, unsigned long long* bytes) {
   char text[256];
-  ssize_t const got = readFile(AT_FDCWD, process_path(pid, "/statm").text, text, sizeof text);
+  ssize_t const got = readFile(tasks, task_path(tid, "/statm").text, text, sizeof text);
   if (got < 0) return false;
   std::uint64_t pages = 0;
   if (!parseResidentPages(text, static_cast<std::size_t>(got), &pages)) {
@@ -210,24 +231,30 @@ cpu_ticks ticksOf(stat_line const& line) {
   return {static_cast<std::int64_t>(line.userTicks), static_cast<std::int64_t>(line.systemTicks)};
 }
 
-// Fills `threads` and adds up their times. A thread that has ended (the first one stays visible),
-// or may not be looked at, is left out. With none left the process has vanished.
-bool readThreads(std::uint32_t pid, std::vector<thread_times>* threads, cpu_ticks* sum) {
-  int const tasks = openDirectory(process_path(pid, "/task").text);
-  if (tasks < 0) return false;
-  bool const toTheEnd = forEachId(tasks, [&](std::uint32_t, char const* tidText) {
+// Fills memory and threads, and adds up the threads' times. A thread that has ended (the first one
+// stays visible), or may not be looked at, is left out. With none left the process has vanished.
+bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* sum) {
+  descriptor const tasks = {openDirectory(process_path(pid, "/task").text)};
+  if (tasks.number < 0) return false;
+  bool const toTheEnd = forEachId(tasks.number, [&](std::uint32_t, char const* tid) {
     stat_line line;
-    if (!readStat(tasks, stat_path(tidText).text, &line)) return queryCode() == kRefusedCode;
+    bool const isFirst = figures->threads.empty();
+    bool const wasRead = readStat(tasks.number, task_path(tid, "/stat").text, &line) &&
+                         (hasEnded(line) || !isFirst ||
+                          readResidentBytes(tasks.number, tid, &figures->residentBytes));
+    if (!wasRead) {
+      bool const isLeftOut = queryCode() == kRefusedCode;
+      return isLeftOut;
+    }
     if (hasEnded(line)) return true;
     cpu_ticks const own = ticksOf(line);
-    threads->push_back({cpuTime(own.user), cpuTime(own.system), false});
+    figures->threads.push_back({cpuTime(own.user), cpuTime(own.system), false});
     sum->user += own.user;
     sum->system += own.system;
     return true;
   });
-  closeKeepingErrno(tasks);
-  if (toTheEnd && threads->empty()) errno = ESRCH;
-  return toTheEnd && !threads->empty();
+  if (toTheEnd && figures->threads.empty()) errno = ESRCH;
+  return toTheEnd && !figures->threads.empty();
 }
 
 }  // namespace
@@ -241,16 +268,18 @@ enumeration enumerateProcesses(process_entry* entries, int& count) {
   if (room <= 0) return enumeration::complete;
   // A directory that changes while it is read can hide a process that was there all the time. The
   // own one is known to be there, so its absence tells such a scan.
+  int refusal = ENOENT;
   for (int number = 1; number <= kScans; ++number) {
     process_scan scan = {entries, room, static_cast<std::uint32_t>(getpid())};
     count = 0;
     if (!scanAll(scan)) return enumeration::failed;
     count = scan.count;
+    refusal = scan.lastRefusal;
     if (scan.sawOwn || scan.isFull()) break;
   }
   if (count > 0) return enumeration::complete;
-  // Not a single process: an empty directory and not a mounted /proc.
-  errno = ENOENT;
+  // Not a single process: an empty directory and not a mounted /proc, or one that is closed to us.
+  errno = refusal;
   return enumeration::failed;
 }
 
@@ -259,12 +288,14 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
   // The times of the whole are read before those of the threads, so that a thread that ends in
   // between counts as ended.
   stat_line whole;
-  if (!readStat(AT_FDCWD, process_path(pid, "/stat").text, &whole))
-    return {query_answer::access_refused, queryCode()};
+  for (int look = 1; look <= 2; ++look) {
+    if (!readStat(AT_FDCWD, process_path(pid, "/stat").text, &whole))
+      return {query_answer::access_refused, queryCode()};
+    if (!isReleased(whole)) break;
+  }
   if (isGone(whole)) return {query_answer::access_refused, kRefusedCode};
   cpu_ticks live;
-  if (!readResidentBytes(pid, &figures.residentBytes) || !readThreads(pid, &figures.threads, &live))
-    return {query_answer::figures_refused, queryCode()};
+  if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
   // Live threads have gone on running since, so they can come out above the whole.
   cpu_ticks const all = ticksOf(whole);
   figures.endedUser = cpuTime(all.user > live.user ? all.user - live.user : 0);

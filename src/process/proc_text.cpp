@@ -21,10 +21,11 @@ bool readNumber(cursor& c, Number* number) {
   std::uint64_t value = 0;
   char const* const start = c.at;
   while (c.at != c.end && isDigit(*c.at)) value = value * 10 + static_cast<unsigned>(*c.at++ - '0');
-  if (c.at == start || c.at == c.end || *c.at != ' ') return false;
+  constexpr int kMostDigits = 20;
+  if (c.at == start || c.at == c.end || *c.at != ' ' || c.at - start > kMostDigits) return false;
   ++c.at;
   *number = static_cast<Number>(value);
-  return true;
+  return *number == value;
 }
 
 bool skipFields(cursor& c, int count) {
@@ -94,11 +95,13 @@ bool parseResidentPages(char const* text, std::size_t size, std::uint64_t* pages
 }
 
 bool parseId(char const* text, std::uint32_t* id) {
-  std::uint32_t value = 0;
+  constexpr int kMostDigits = 10;
+  std::uint64_t value = 0;
   char const* at = text;
-  for (; isDigit(*at); ++at) value = value * 10 + static_cast<unsigned>(*at - '0');
-  *id = value;
-  return at != text && *at == 0;
+  for (; isDigit(*at) && at - text < kMostDigits; ++at)
+    value = value * 10 + static_cast<unsigned>(*at - '0');
+  *id = static_cast<std::uint32_t>(value);
+  return at != text && *at == 0 && *id == value;
 }
 
 }  // namespace qz::detail

@@ -20,7 +20,7 @@ struct stat_line {
   std::uint32_t flags;        // field 9
   std::uint64_t userTicks;    // field 14, of all threads of a process, ended ones included
   std::uint64_t systemTicks;  // field 15
-  std::uint32_t threads;      // field 20, live ones
+  std::uint32_t threads;      // field 20, those not yet released: an ended first one counts
 };
 
 // Reads up to field 20, which must have something behind it: a number that a cut has shortened is
@@ -30,7 +30,8 @@ bool parseStatLine(char const* text, std::size_t size, stat_line* line);
 // Reads the resident pages, field 2 of /proc/PID/statm.
 bool parseResidentPages(char const* text, std::size_t size, std::uint64_t* pages);
 
-// Reads the digits in front of a terminating zero; false for anything else and for no digits.
+// Reads the digits in front of a terminating zero, ten at most and up to 32 bits; false for
+// anything else and for no digits.
 bool parseId(char const* text, std::uint32_t* id);
 
 }  // namespace qz::detail

@@ -1,5 +1,6 @@
 #include "process/process_list.h"
 
+#include <cstddef>
 #include <memory>
 #include <new>
 
@@ -12,6 +13,12 @@ using qz::detail::process_entry;
 using qz::detail::query_answer;
 
 namespace {
+
+using record = _qzProcessList::_prcInfo;
+static_assert(offsetof(record, owner) == 28 && offsetof(record, pid) == 56 &&
+              offsetof(record, parentPid) == 60 && offsetof(record, memoryMB) == 64 &&
+              offsetof(record, cpuSeconds) == 72 && offsetof(record, uid) == 80 &&
+              sizeof(record) == 88);
 
 double secondsOf(cpu_time const& time) {
   return static_cast<double>(time.seconds) + static_cast<double>(time.microseconds) * 1e-6;

@@ -31,8 +31,8 @@ struct _qzProcessList {
   static constexpr int kMostRecords = kSlots - 1;
 
   std::int32_t count;  // valid records, 0..3999; no value before the first collection
-  _prcInfo
-      records[kSlots];  // slots 0..count-1 are valid, in the order in which the system delivers
+  // Slots 0..count-1 are valid, in the order in which the system delivers the processes.
+  _prcInfo records[kSlots];
   _qzString8_allSize<500> error;  // of the last collection; empty if it went well
   bool collected;                 // a collection has run, whatever came of it
 

@@ -1,5 +1,6 @@
-// What looks users up stands apart: in a fully static program getpwuid(3) loads modules at run time
-// and the linker warns of it, so a program that only collects must not pull it in.
+// What looks users up stands apart: in a fully static program getpwuid(3) loads modules at run
+// time, which can crash it, and the linker warns of it. So a program that only collects must not
+// pull it in.
 #include <pwd.h>
 #include <sys/types.h>
 

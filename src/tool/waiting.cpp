@@ -15,23 +15,21 @@ constexpr int kNobody = -1;
 constexpr int kPollMilliseconds = 5000;
 constexpr int kSettleMilliseconds = 3000;  // for the files that the process has just let go
 
-bool isListed(_qzProcessList const& list, int pid) {
+int pidOf(_qzProcessList::_prcInfo const& record) { return static_cast<int>(record.pid); }
+int parentOf(_qzProcessList::_prcInfo const& record) { return static_cast<int>(record.parentPid); }
+
+// The slot of the process, or -1.
+int slotOf(_qzProcessList const& list, int pid) {
   for (int i = 0; i < list.count; ++i)
-    if (static_cast<int>(list.records[i].pid) == pid) return true;
-  return false;
+    if (pidOf(list.records[i]) == pid) return i;
+  return -1;
 }
 
-int parentOf(_qzProcessList const& list, unsigned pid) {
-  for (int i = 0; i < list.count; ++i)
-    if (list.records[i].pid == pid) return static_cast<int>(list.records[i].parentPid);
-  return kNobody;
-}
-
+// No process is the child of kNobody.
 int findChild(_qzProcessList const& list, int parentPid, _qzString8_allSize<25> const& name) {
   for (int i = 0; i < list.count; ++i) {
     auto const& record = list.records[i];
-    if (static_cast<int>(record.parentPid) == parentPid && record.name == name)
-      return static_cast<int>(record.pid);
+    if (parentOf(record) == parentPid && record.name == name) return pidOf(record);
   }
   return kNobody;
 }
@@ -48,16 +46,17 @@ int findOnlyOrphan(_qzProcessList const& list, _qzString8_allSize<25> const& nam
   for (int i = list.count - 1; i >= 0; --i) {
     if (list.records[i].name != name || !isOrphan(list, i)) continue;
     if (found != kNobody) return kNobody;
-    found = static_cast<int>(list.records[i].pid);
+    found = pidOf(list.records[i]);
   }
   return found;
 }
 
 }  // namespace
 
-render_search findRenderProcess(_qzProcessList const& list, unsigned ownPid,
+render_search findRenderProcess(_qzProcessList const& list, int ownPid,
                                 _qzString8_allSize<25> const& name) {
-  int const cmdPid = parentOf(list, ownPid);
+  int const own = slotOf(list, ownPid);
+  int const cmdPid = own < 0 ? kNobody : parentOf(list.records[own]);
   int const sibling = findChild(list, cmdPid, name);
   return {cmdPid, sibling != kNobody ? sibling : findOnlyOrphan(list, name)};
 }
@@ -67,7 +66,7 @@ void waitForRenderProcess(_qzString8_allSize<25> const& name) {
   list->collectAllProcesses2();
   if (list->count <= 0) return;
 
-  auto const [cmdPid, renderPid] = findRenderProcess(*list, static_cast<unsigned>(getpid()), name);
+  auto const [cmdPid, renderPid] = findRenderProcess(*list, getpid(), name);
   if (renderPid <= 0) return;
 
   std::printf("||CheckExitcode|| waiting for executable to close... (cmd pID %d render pID %d)\n",
@@ -76,7 +75,7 @@ void waitForRenderProcess(_qzString8_allSize<25> const& name) {
   do {
     qzSleep(kPollMilliseconds);
     list->collectAllProcesses2();
-  } while (list->count > 0 && isListed(*list, renderPid));
+  } while (slotOf(*list, renderPid) >= 0);
   flushOutput();
   qzSleep(kSettleMilliseconds);
 }

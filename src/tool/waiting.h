@@ -15,7 +15,7 @@ struct render_search {
 
 // Looks in a snapshot for the process `name` (upper case): first among the children of the process
 // that started `ownPid`, then among the orphans of that name, whose parents are not in the list.
-render_search findRenderProcess(_qzProcessList const& list, unsigned ownPid,
+render_search findRenderProcess(_qzProcessList const& list, int ownPid,
                                 _qzString8_allSize<25> const& name);
 
 // Waits without limit until the render process has gone, polling every 5 seconds, and 3 seconds

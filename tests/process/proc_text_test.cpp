@@ -21,7 +21,7 @@ TEST(ProcessText, StatLineIsReadWholeOrRefused) {
       {"a", "a) R 1 (b"}, {"a", "\n"},       {"a", "\x80\xFF)\t"}, {"a", "kworker/0:0H-events"},
       {"(", ""},          {")", ""},         {"(a)", ")("},        {") S", ")S"},
       {" S ", " SS "},    {"S 4", "S -4"},   {"S 4", "S  4"},      {"8 6", "8 x6"},
-      {"5 15", "5 15x"},  {" 20 ", " -20 "}, {" 20 ", " 20\n"},
+      {"5 15", "5 15x"},  {" 20 ", " -20 "}, {" 20 ", " 20\n"},    {" 20 ", " 4294967316 "},
   };
   for (auto const& [part, instead] : rows) {
     auto const memory = exactly(std::string(kStat).replace(kStat.find(part), part.size(), instead));
@@ -51,8 +51,8 @@ TEST(ProcessText, CutAtEveryLengthIsRefusedOrWhole) {
 
 TEST(ProcessText, IdsAreAllDigits) {
   std::uint32_t id = 0;
-  for (auto const* name : {"", "..", "self", "12a", "-1", " 1", "1 ", "4194304"})
-    EXPECT_EQ(qz::detail::parseId(name, &id), *name == '4') << name;
+  for (auto const* name : {"", "..", "self", "12a", "-1", " 1", "1 ", "4294967297", "4194304"})
+    EXPECT_EQ(qz::detail::parseId(name, &id), std::string(name) == "4194304") << name;
   EXPECT_EQ(id, 4194304u);
 }
 

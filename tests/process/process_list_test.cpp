@@ -108,6 +108,7 @@ TEST(ProcessInfo, TellsLiveAndEndedThreadsApart) {
   });
   still_child const ended([] { std::thread(burn).join(); });
   still_child const headless([] {
+    static std::string const memory(64 << 20, 'x');
     std::thread([first = pthread_self()] {
       pthread_join(first, nullptr);
       raise(SIGSTOP);
@@ -128,7 +129,7 @@ TEST(ProcessInfo, TellsLiveAndEndedThreadsApart) {
     ASSERT_GE(all.slot, 0);
     all.list->getProcessInfo(all.slot);
     EXPECT_EQ(all->cpuSeconds > 0.2, pid == live.pid);
-    EXPECT_EQ(all->memoryMB / 64, pid == live.pid ? 1 : 0);
+    EXPECT_EQ(all->memoryMB / 64, pid == ended.pid ? 0 : 1);
     EXPECT_STREQ(all->owner.asChar(), getpwuid(geteuid())->pw_name);
   }
 }
