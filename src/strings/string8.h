@@ -11,12 +11,12 @@
 #ifndef QZ_STRINGS_STRING8_H_
 #define QZ_STRINGS_STRING8_H_
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
 
-#include "strings/text_members.h"
+#include "strings/number_core.h"
+#include "strings/string8_members.h"
 
 // Returns the number of units before the first zero unit, at most 1024: the count stops there even
 // if the text goes on. Every operation that takes a bare 16-bit pointer sees no more than that. The
@@ -58,10 +58,11 @@ struct [[gnu::may_alias]] _qzString8_Uni_pointer {
 // So `sizeof data` is not the capacity: that is kCapacity. string8.cpp asserts the image of every
 // capacity; the type is standard-layout and trivially copyable.
 //
-// See text_members.h for the members that all string forms share, and for the terms used here.
+// See text_members.h for the members that all string forms share and for the terms used here, and
+// string8_members.h for those of the 8-bit forms.
 template <int N>
-struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char> {
-  using shared = qz::detail::text_members<_qzString8_allSize<N>, char>;
+struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
+  using members = qz::detail::string8_members<_qzString8_allSize<N>>;
   static_assert(qz::detail::isString8Capacity(N),
                 "the 8-bit string exists for a fixed list of capacities only, because its byte "
                 "image is a stored format: take the next larger one of isString8Capacity");
@@ -78,13 +79,13 @@ struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char
   // Null gives an empty string. The byte count is cut.
   _qzString8_allSize(char const* text) {
     this->clear();
-    if (text != nullptr) fill(text, std::strlen(text));
+    if (text != nullptr) this->fill(text, std::strlen(text));
   }
   // `count` bytes whatever they are; the count is cut, so a negative one reads as a large one. The
   // pointer is not tested.
   _qzString8_allSize(char const* text, int count) {
     this->clear();
-    fill(text, static_cast<std::size_t>(count));
+    this->fill(text, static_cast<std::size_t>(count));
   }
   // Keeps the low byte of each unit, of 1024 units at most (qzCharLen). Null gives an empty string.
   _qzString8_allSize(unsigned short const* wide) {
@@ -102,21 +103,10 @@ struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char
 
   // --- assignment; copying a string is the implicit copy of all bytes ---
 
-  // Null: only the length becomes 0, the characters stay and no terminator is written.
-  _qzString8_allSize& operator=(std::nullptr_t) {
-    length = 0;
-    return *this;
+  using members::operator=;
+  _qzString8_allSize& operator=(std::string const& text) {
+    return this->fill(text.data(), text.size());
   }
-  // Null as above. The byte count is cut; what lies behind the new text stays.
-  _qzString8_allSize& operator=(char const* text) {
-    if (text == nullptr) return *this = nullptr;
-    return fill(text, std::strlen(text));
-  }
-  _qzString8_allSize& operator=(char const& c) {
-    char const only = c;  // c may be a character of this very string
-    return fill(&only, 1);
-  }
-  _qzString8_allSize& operator=(std::string const& text) { return fill(text.data(), text.size()); }
   // Cuts at N. The pointer is not tested.
   _qzString8_allSize& operator=(_qzString8_Uni_pointer const* source) {
     assign(slotOf(*this), {source->characters(), source->length});
@@ -127,49 +117,64 @@ struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char
     if (text == nullptr)
       length = 0;
     else
-      fill(text, static_cast<std::size_t>(count));
+      this->fill(text, static_cast<std::size_t>(count));
   }
 
   // --- appending ---
 
-  using shared::operator+=;
-  using shared::add;
-  using shared::indexOf;
-  using shared::lastIndexOf;
-
+  using members::operator+=;
   // Appends the low byte of the unit.
   _qzString8_allSize& operator+=(unsigned short const& wideUnit) {
     appendUnit(slotOf(*this), lowByte(wideUnit));
     return *this;
   }
-  // Null appends nothing. The byte count is taken by its low 16 bits, then cut at the room.
-  _qzString8_allSize& operator+=(char const* text) {
-    if (text != nullptr) append(slotOf(*this), {text, cutLength(text)});
-    return *this;
-  }
-  // As operator+=, but an empty text changes nothing at all, the terminator included.
-  void add(char const* text) {
-    if (text != nullptr && *text != 0) *this += text;
-  }
-  // Appends `text` in a column of |width| characters: left-aligned, or right-aligned if `width` is
-  // negative. A wider text is not shortened to the column, only cut at the room. addSpacing does
-  // not limit the blanks: a column that does not fit is written past the string, and the caller
-  // has to prevent that. addSpacingC limits the column to the room. Null counts as empty.
-  void addSpacing(char const* text, int const& width) {
-    addColumn(text, width, width < 0 ? -width : width);
-  }
-  void addSpacingC(char const* text, int const& width) {
-    int const room = slotOf(*this).room();
-    addColumn(text, width, width < 0 ? -std::max(width, -room) : std::min(width, room));
-  }
+
+  // --- numbers; see number_core.h for the rules ---
+
   // Appends the decimal text. What does not fit is cut from the right, so that a number can lose
   // its low digits without notice.
-  void addNr(int const& value) { addNr(static_cast<long long>(value)); }
-  void addNr(long long const& value) {
-    auto const bits = static_cast<unsigned long long>(value);
-    appendDecimal(slotOf(*this), value < 0 ? 0 - bits : bits, value < 0);
+  void addNr(int const& value) { appendDecimal(slotOf(*this), value); }
+  void addNr(long long const& value) { appendDecimal(slotOf(*this), value); }
+  void addNr(unsigned long long const& value) { appendDecimal(slotOf(*this), value); }
+  // Appends at least `minDigits` characters: zeros come first, in front of a minus sign as well, so
+  // that -5 with 3 gives "0-5".
+  void addNr(int const& value, unsigned char const& minDigits) {
+    appendDecimalPadded(slotOf(*this), value, minDigits);
   }
-  void addNr(unsigned long long const& value) { appendDecimal(slotOf(*this), value, false); }
+  void addNr(long long const& value, unsigned char const& minDigits) {
+    appendDecimalPadded(slotOf(*this), value, minDigits);
+  }
+  // A new string with the decimal text, cut.
+  static _qzString8_allSize fromNr(long long const& value) {
+    _qzString8_allSize text;
+    text.addNr(value);
+    return text;
+  }
+  // Appends capital hexadecimal digits, at least two for each byte of the value. A signed value is
+  // widened with its sign first, so that short(-1) appends "FFFFFFFF"; of an 8-bit value only the
+  // last two of the digits are appended that fit into N.
+  void addHexCode(signed char const& value) { addHex(value, 2, 2); }
+  void addHexCode(unsigned char const& value) { addHex(value, 2, 2); }
+  void addHexCode(short const& value) { addHex(value, 4, N); }
+  void addHexCode(unsigned short const& value) { addHex(value, 4, N); }
+  void addHexCode(int const& value) { addHex(value, 8, N); }
+  void addHexCode(unsigned int const& value) { addHex(static_cast<int>(value), 8, N); }
+
+  // The number that the text begins with, as atoi(3) and atoll(3) read it. With `ok` the whole text
+  // has to be digits with an optional minus sign in front, else `*ok` is false and the result 0;
+  // an empty text and a lone minus sign are numbers and give 0.
+  int toInt(bool* ok = nullptr) const { return qz::detail::toInt(viewOf(*this).run(), ok); }
+  long long toInt64(bool* ok = nullptr) const {
+    return qz::detail::toInt64(viewOf(*this).run(), ok);
+  }
+  // Reads a field of `bits` / 4 hexadecimal digits from the front, and with `consume` removes it. A
+  // signed field has 8, 16 or 32 bits; other widths and a text without a number make `*ok` false
+  // and the result 0. An unsigned field has any width, and `*ok` becomes true whatever the text is.
+  // `ok` may be null.
+  long long toIntFromHex(int const& bits, bool const& signedValue, bool const& consume, bool* ok) {
+    _qzString8_allSize field = *this;
+    return qz::detail::toIntFromHex(slotOf(*this), field.data, bits, signedValue, consume, ok);
+  }
 
   // --- comparing ---
 
@@ -180,38 +185,21 @@ struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char
   }
   bool operator!=(_qzString8_allSize const& other) const { return !(*this == other); }
   // Null is not equal to anything, an empty string included.
-  bool operator==(char const* text) const {
-    return text != nullptr && data[0] == text[0] &&
-           equal(viewOf(*this), {text, static_cast<unsigned short>(std::strlen(text))});
-  }
+  bool operator==(char const* text) const { return this->equalsText(text); }
   bool operator!=(char const* text) const { return !(*this == text); }
 
   // --- searching ---
 
+  using members::indexOf;
   // The low byte of the unit, exact, unlike the form for a character; a start outside the text
   // begins at the front.
   int indexOf(unsigned short const& wideUnit, int start = 0) const {
     return this->indexOfCaseSen(lowByte(wideUnit), start);
   }
+  using members::lastIndexOf;
   // Exact; a start outside the text begins at the end.
   int lastIndexOf(unsigned short const& wideUnit, int start = -1) const {
     return this->lastIndexOf(lowByte(wideUnit), start);
-  }
-  using shared::containsCaseSen;
-  // The first `count` bytes of `text`, the count cut. The pointer is not tested.
-  bool containsCaseSen(char const* text, int const& count) const {
-    return find(viewOf(*this).run(), {text, qz::detail::cutCount(count, N)}, 0) >= 0;
-  }
-
-  // --- prefix ---
-
-  using shared::startsWithCaseSen;
-  // Exact over the whole text, which is not cut: a text longer than the string is no prefix.
-  bool startsWithCaseSen(char const* text) const {
-    if (text == nullptr || *text == 0) return false;
-    std::size_t const count = std::strlen(text);
-    auto const own = viewOf(*this).run();
-    return count <= static_cast<std::size_t>(own.count) && std::memcmp(own.units, text, count) == 0;
   }
 
   // --- raw access ---
@@ -229,16 +217,8 @@ struct _qzString8_allSize : qz::detail::text_members<_qzString8_allSize<N>, char
 
  private:
   static char lowByte(unsigned short wideUnit) { return static_cast<char>(wideUnit & 0xFF); }
-  static int cutLength(char const* text) { return static_cast<unsigned short>(std::strlen(text)); }
-
-  _qzString8_allSize& fill(char const* text, std::size_t count) {
-    assign(slotOf(*this), {text, qz::detail::cutCount(count, N)});
-    return *this;
-  }
-  void addColumn(char const* text, int width, int field) {
-    int const count = text == nullptr ? 0 : cutLength(text);
-    if (width != 0 || count != 0)
-      appendColumn(slotOf(*this), {text == nullptr ? "" : text, count}, field, width < 0);
+  void addHex(int value, int minDigits, int mostKept) {
+    appendHex(slotOf(*this), static_cast<unsigned>(value), minDigits, mostKept);
   }
 };
 

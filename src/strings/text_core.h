@@ -93,8 +93,16 @@ void zeroUnused(text_slot<Unit> text);
 // Copies at most the capacity, and ends the text. The source may lie in the text itself.
 template <class Unit>
 void assign(text_slot<Unit> text, unit_run<Unit> source);
-// Keeps the low byte of each unit.
+// Keeps the low byte of each unit (text_width.cpp).
 void assignNarrowed(text_slot<char> text, unit_run<unsigned short> source);
+// As many low bytes as `room` allows, and a terminator behind them; gives their number.
+int narrowInto(char* buffer, int room, unit_run<unsigned short> source);
+// Each byte becomes a unit with its sign: 0xE4 becomes 0xFFE4.
+void assignWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source);
+void appendWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source);
+// Each byte becomes a unit with zeros: 0xE4 becomes 0x00E4.
+void assignWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source);
+void appendWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source);
 template <class Unit>
 void setLength(text_slot<Unit> text, short wanted);
 // The length becomes the place of the first zero unit, or the capacity.
@@ -107,9 +115,6 @@ void append(text_slot<Unit> text, unit_run<Unit> source);
 // appended to itself repeats until it is full.
 template <class Unit>
 void appendLive(text_slot<Unit> text, text_view<Unit> source);
-// Appends the decimal text of a number, cut from the right.
-template <class Unit>
-void appendDecimal(text_slot<Unit> text, unsigned long long magnitude, bool negative);
 // Appends `source` in a column of `field` units: blanks behind it, or before it if `rightAligned`.
 // The text is cut at the room; the blanks are not.
 template <class Unit>
@@ -149,6 +154,9 @@ template <class Unit>
 bool startsWithFolded(unit_run<Unit> text, unit_run<Unit> prefix);
 template <class Unit>
 bool endsWithFolded(unit_run<Unit> text, unit_run<Unit> suffix);
+
+// Exact against bytes that are widened with zeros.
+bool equalWithZeros(text_view<unsigned short> a, unit_run<char> b);
 
 // --- searching (text_search.cpp); all give -1 for not found ---
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 
 #include "strings/text_core.h"
 
@@ -38,12 +37,6 @@ void assign(text_slot<Unit> text, unit_run<Unit> source) {
   text.setUsedAndEnd(count);
 }
 
-void assignNarrowed(text_slot<char> text, unit_run<unsigned short> source) {
-  int const count = std::min(source.count, text.capacity);
-  for (int i = 0; i < count; ++i) text.units[i] = static_cast<char>(source.units[i] & 0xFF);
-  text.setUsedAndEnd(count);
-}
-
 template <class Unit>
 void setLength(text_slot<Unit> text, short wanted) {
   text.setUsedAndEnd(std::clamp<int>(wanted, 0, text.capacity));
@@ -75,16 +68,6 @@ void appendLive(text_slot<Unit> text, text_view<Unit> source) {
 }
 
 template <class Unit>
-void appendDecimal(text_slot<Unit> text, unsigned long long magnitude, bool negative) {
-  char digits[24] = {'-'};  // a sign and the 20 digits of 2^64 - 1
-  char* const start = digits + (negative ? 1 : 0);
-  int const count =
-      static_cast<int>(std::to_chars(start, digits + sizeof digits, magnitude).ptr - digits);
-  Unit lent[sizeof digits];
-  append(text, unit_run<Unit>{unit_rules<Unit>::spell(digits, count, lent), count});
-}
-
-template <class Unit>
 void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool rightAligned) {
   int end = text.used();
   int const count = std::min(source.count, text.capacity - end);
@@ -96,15 +79,14 @@ void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool r
   text.setUsedAndEnd(end);
 }
 
-#define QZ_INSTANTIATE(Unit)                                              \
-  template void zeroAll(text_slot<Unit>);                                 \
-  template void zeroUnused(text_slot<Unit>);                              \
-  template void assign(text_slot<Unit>, unit_run<Unit>);                  \
-  template void setLength(text_slot<Unit>, short);                        \
-  template void measure(text_slot<Unit>);                                 \
-  template void append(text_slot<Unit>, unit_run<Unit>);                  \
-  template void appendLive(text_slot<Unit>, text_view<Unit>);             \
-  template void appendDecimal(text_slot<Unit>, unsigned long long, bool); \
+#define QZ_INSTANTIATE(Unit)                                  \
+  template void zeroAll(text_slot<Unit>);                     \
+  template void zeroUnused(text_slot<Unit>);                  \
+  template void assign(text_slot<Unit>, unit_run<Unit>);      \
+  template void setLength(text_slot<Unit>, short);            \
+  template void measure(text_slot<Unit>);                     \
+  template void append(text_slot<Unit>, unit_run<Unit>);      \
+  template void appendLive(text_slot<Unit>, text_view<Unit>); \
   template void appendColumn(text_slot<Unit>, unit_run<Unit>, int, bool)
 
 QZ_INSTANTIATE(char);
