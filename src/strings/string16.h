@@ -11,6 +11,10 @@
 
 #include "strings/string16_members.h"
 
+// The earlier layout, in strings/legacy.h.
+template <int N>
+struct _qzString_old;
+
 namespace qz::detail {
 
 constexpr bool isString16Capacity(int n) {
@@ -99,6 +103,13 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
       assignWidenedWithSign(slotOf(*this), {source->characters(), source->length});
   }
 
+  // From the earlier layout of the same capacity: its length, untested, and N units. A length above
+  // N is taken over; then no terminator is written.
+  _qzString(_qzString_old<N> const& old) {
+    this->clear();
+    *this = old;
+  }
+
   // --- assignment ---
 
   using members::operator=;
@@ -121,6 +132,13 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
     return *this;
   }
 
+  _qzString& operator=(_qzString_old<N> const& old) {
+    length = old.length;
+    qz::detail::copyUnits(data, old.data, N);
+    if (length <= N) data[length] = 0;
+    return *this;
+  }
+
   // --- numbers ---
 
   using members::addNr;
@@ -132,7 +150,9 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
   // --- comparing ---
 
   using members::operator==;
-  using members::operator!=;
+  // Required: null is not unequal to anything, as it is not equal to anything.
+  bool operator!=(char const* text) const { return text != nullptr && !(*this == text); }
+  bool operator!=(std::nullptr_t) const { return false; }
   // Exact. The first units of both arrays must be equal, also when both texts are empty.
   bool operator==(_qzString const& other) const {
     return data[0] == other.data[0] && equal(viewOf(*this), viewOf(other));

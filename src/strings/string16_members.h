@@ -129,15 +129,12 @@ struct string16_members : text_members<Self, unsigned short> {
   bool operator==(char const* text) const {
     return text != nullptr && equalWithZeros(viewOf(self()), lowRun(text));
   }
-  // Required: null is not unequal to anything either.
-  bool operator!=(char const* text) const { return text != nullptr && !(*this == text); }
   // Required: compares as many bytes as the text has units, which is the first half of it.
   bool operator==(unit const* units) const {
     if (units == nullptr || qzCharLen(units) != self().length) return false;
     return std::memcmp(self().data, units, static_cast<std::size_t>(viewOf(self()).used())) == 0;
   }
   bool operator==(std::nullptr_t) const { return false; }
-  bool operator!=(std::nullptr_t) const { return false; }
 
   // --- searching ---
 

@@ -23,6 +23,12 @@
 // pointer is not tested.
 int qzCharLen(unsigned short const* units);
 
+// The earlier layouts, in strings/legacy.h.
+template <int N>
+struct _qzString8_evenSize_old;
+template <int N>
+struct _qzString8_UnevenSize_old;
+
 namespace qz::detail {
 
 constexpr bool isString8Capacity(int n) {
@@ -101,6 +107,11 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
     data[length] = 0;
   }
 
+  // From the earlier layouts of the same capacity: their length, untested, and N characters. A
+  // length above N is taken over; then no terminator is written.
+  _qzString8_allSize(_qzString8_evenSize_old<N> const& old) { takeOverAndEnd(old); }
+  _qzString8_allSize(_qzString8_UnevenSize_old<N> const& old) { takeOverAndEnd(old); }
+
   // --- assignment; copying a string is the implicit copy of all bytes ---
 
   using members::operator=;
@@ -112,6 +123,9 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
     assign(slotOf(*this), {source->characters(), source->length});
     return *this;
   }
+  // As construction, but required: no terminator is written, and data[N] keeps what it held.
+  _qzString8_allSize& operator=(_qzString8_evenSize_old<N> const& old) { return takeOver(old); }
+  _qzString8_allSize& operator=(_qzString8_UnevenSize_old<N> const& old) { return takeOver(old); }
   // `count` bytes whatever they are, the count cut; null makes the length 0 and no more.
   void fromChar(char const* text, int const& count) {
     if (text == nullptr)
@@ -187,6 +201,12 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // Null is not equal to anything, an empty string included.
   bool operator==(char const* text) const { return this->equalsText(text); }
   bool operator!=(char const* text) const { return !(*this == text); }
+  bool operator==(_qzString8_evenSize_old<N> const& old) const {
+    return *this == _qzString8_allSize(old);
+  }
+  bool operator==(_qzString8_UnevenSize_old<N> const& old) const {
+    return *this == _qzString8_allSize(old);
+  }
 
   // --- searching ---
 
@@ -216,6 +236,18 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   }
 
  private:
+  template <class Old>
+  _qzString8_allSize& takeOver(Old const& old) {
+    length = old.length;
+    std::memcpy(data, old.data, N);
+    return *this;
+  }
+  template <class Old>
+  void takeOverAndEnd(Old const& old) {
+    this->clear();
+    takeOver(old);
+    if (length <= N) data[length] = 0;
+  }
   static char lowByte(unsigned short wideUnit) { return static_cast<char>(wideUnit & 0xFF); }
   void addHex(int value, int minDigits, int mostKept) {
     appendHex(slotOf(*this), static_cast<unsigned>(value), minDigits, mostKept);
