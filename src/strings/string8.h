@@ -176,7 +176,8 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
 
   // The number that the text begins with, as atoi(3) and atoll(3) read it. With `ok` the whole text
   // has to be digits with an optional minus sign in front, else `*ok` is false and the result 0;
-  // an empty text and a lone minus sign are numbers and give 0.
+  // an empty text and a lone minus sign are numbers and give 0. The number is read up to the first
+  // zero byte: of a string that an edit left without a terminator it is what asChar() still shows.
   int toInt(bool* ok = nullptr) const { return qz::detail::toInt(viewOf(*this).run(), ok); }
   long long toInt64(bool* ok = nullptr) const {
     return qz::detail::toInt64(viewOf(*this).run(), ok);
