@@ -56,7 +56,9 @@ _qzStringList::_qzStringList() : items(nullptr), count(0), charBuffer() {}
 
 _qzStringList::~_qzStringList() {
   std::free(items);
-  items = nullptr;
+  // Volatile, because compilers drop a store into an object that is ending, and init() after this
+  // would free the block again.
+  const_cast<element* volatile&>(items) = nullptr;
 }
 
 void _qzStringList::init() {
