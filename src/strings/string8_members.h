@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "strings/number_core.h"
 #include "strings/text_members.h"
 
 namespace qz::detail {
