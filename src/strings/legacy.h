@@ -104,6 +104,7 @@ struct _qzString_old : qz::detail::string16_members<_qzString_old<N>> {
   unsigned short reserved;
 
   _qzString_old() : reserved(0) { this->clear(); }
+  _qzString_old(std::nullptr_t) : _qzString_old() {}
   _qzString_old(_qzString_old const&) = default;
   _qzString_old(char const* text) : _qzString_old() {
     if (text != nullptr) assignWidenedWithSign(slotOf(*this), this->cutRun(text));
@@ -139,5 +140,48 @@ struct _qzString_old : qz::detail::string16_members<_qzString_old<N>> {
     return value >= 0 && this->startsWith(static_cast<unsigned short>(value));
   }
 };
+
+// --- the members of the new forms that take the earlier ones; see string8.h and string16.h ---
+
+template <int N>
+_qzString8_allSize<N>::_qzString8_allSize(_qzString8_evenSize_old<N> const& old) {
+  takeOverAndEnd(old);
+}
+template <int N>
+_qzString8_allSize<N>::_qzString8_allSize(_qzString8_UnevenSize_old<N> const& old) {
+  takeOverAndEnd(old);
+}
+
+template <int N>
+_qzString8_allSize<N>& _qzString8_allSize<N>::operator=(_qzString8_evenSize_old<N> const& old) {
+  return takeOver(old);
+}
+template <int N>
+_qzString8_allSize<N>& _qzString8_allSize<N>::operator=(_qzString8_UnevenSize_old<N> const& old) {
+  return takeOver(old);
+}
+
+template <int N>
+bool _qzString8_allSize<N>::operator==(_qzString8_evenSize_old<N> const& old) const {
+  return *this == _qzString8_allSize(old);
+}
+template <int N>
+bool _qzString8_allSize<N>::operator==(_qzString8_UnevenSize_old<N> const& old) const {
+  return *this == _qzString8_allSize(old);
+}
+
+template <int N>
+_qzString<N>::_qzString(_qzString_old<N> const& old) {
+  this->clear();
+  *this = old;
+}
+
+template <int N>
+_qzString<N>& _qzString<N>::operator=(_qzString_old<N> const& old) {
+  length = old.length;
+  qz::detail::copyUnits(data, old.data, N);
+  if (length <= N) data[length] = 0;
+  return *this;
+}
 
 #endif  // QZ_STRINGS_LEGACY_H_

@@ -103,12 +103,9 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
       assignWidenedWithSign(slotOf(*this), {source->characters(), source->length});
   }
 
-  // From the earlier layout of the same capacity: its length, untested, and N units. A length above
-  // N is taken over; then no terminator is written.
-  _qzString(_qzString_old<N> const& old) {
-    this->clear();
-    *this = old;
-  }
+  // From the earlier layout of the same capacity, with strings/legacy.h included: its length,
+  // untested, and N units. A length above N is taken over; then no terminator is written.
+  _qzString(_qzString_old<N> const& old);
 
   // --- assignment ---
 
@@ -131,13 +128,7 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
     data[length] = 0;
     return *this;
   }
-
-  _qzString& operator=(_qzString_old<N> const& old) {
-    length = old.length;
-    qz::detail::copyUnits(data, old.data, N);
-    if (length <= N) data[length] = 0;
-    return *this;
-  }
+  _qzString& operator=(_qzString_old<N> const& old);
 
   // --- numbers ---
 

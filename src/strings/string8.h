@@ -107,10 +107,10 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
     data[length] = 0;
   }
 
-  // From the earlier layouts of the same capacity: their length, untested, and N characters. A
-  // length above N is taken over; then no terminator is written.
-  _qzString8_allSize(_qzString8_evenSize_old<N> const& old) { takeOverAndEnd(old); }
-  _qzString8_allSize(_qzString8_UnevenSize_old<N> const& old) { takeOverAndEnd(old); }
+  // From the earlier layouts of the same capacity, with strings/legacy.h included: their length,
+  // untested, and N characters. A length above N is taken over; then no terminator is written.
+  _qzString8_allSize(_qzString8_evenSize_old<N> const& old);
+  _qzString8_allSize(_qzString8_UnevenSize_old<N> const& old);
 
   // --- assignment; copying a string is the implicit copy of all bytes ---
 
@@ -124,8 +124,8 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
     return *this;
   }
   // As construction, but required: no terminator is written, and data[N] keeps what it held.
-  _qzString8_allSize& operator=(_qzString8_evenSize_old<N> const& old) { return takeOver(old); }
-  _qzString8_allSize& operator=(_qzString8_UnevenSize_old<N> const& old) { return takeOver(old); }
+  _qzString8_allSize& operator=(_qzString8_evenSize_old<N> const& old);
+  _qzString8_allSize& operator=(_qzString8_UnevenSize_old<N> const& old);
   // `count` bytes whatever they are, the count cut; null makes the length 0 and no more.
   void fromChar(char const* text, int const& count) {
     if (text == nullptr)
@@ -202,12 +202,9 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // Null is not equal to anything, an empty string included.
   bool operator==(char const* text) const { return this->equalsText(text); }
   bool operator!=(char const* text) const { return !(*this == text); }
-  bool operator==(_qzString8_evenSize_old<N> const& old) const {
-    return *this == _qzString8_allSize(old);
-  }
-  bool operator==(_qzString8_UnevenSize_old<N> const& old) const {
-    return *this == _qzString8_allSize(old);
-  }
+  // As with a new form made of it.
+  bool operator==(_qzString8_evenSize_old<N> const& old) const;
+  bool operator==(_qzString8_UnevenSize_old<N> const& old) const;
 
   // --- searching ---
 
