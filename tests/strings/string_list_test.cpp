@@ -103,7 +103,7 @@ TEST(StringList, OnlyCopyFromCarriesReservedWords) {
 
 TEST(StringList, TheEndKeepsTheCountAndNoBlock) {
   alignas(_qzStringList) unsigned char storage[sizeof(_qzStringList)];
-  (new (storage) filled_list{"a"})->~_qzStringList();
+  (new (storage) filled_list{"a"})->~filled_list();
   EXPECT_EQ(std::memcmp(storage, "\0\0\0\0\0\0\0\0\1\0\0", 12), 0);
 }
 
