@@ -1,0 +1,133 @@
+// Substring search, exact and case-blind, with the match in front, at the end and nowhere.
+#include <absl/strings/ascii.h>
+#include <absl/strings/match.h>
+
+#include <boost/algorithm/string.hpp>
+#include <boost/static_string.hpp>
+#include <cstring>
+#include <string>
+
+#include "race.h"
+#include "strings/string8.h"
+#include "strings_bench_text.h"
+
+namespace {
+
+enum class place { early, late, nowhere };
+
+template <int N>
+struct search_input {
+  std::string needle = "shadow";
+  std::string text = wordsOf(N);
+  _qzString8_allSize<N> ourText, ourNeedle;
+  boost::static_string<N> fixed;
+
+  explicit search_input(place where) {
+    auto const at = where == place::early ? text.size() / 10 : text.size() - needle.size();
+    if (where != place::nowhere) text.replace(at, needle.size(), needle);
+    ourText = text.c_str();
+    ourNeedle = needle.c_str();
+    fixed = text.c_str();
+    seen(*this);
+  }
+};
+
+template <int N>
+void raceExact(benchmark::State& state, place where) {
+  search_input<N> input(where);
+  race(
+      state,
+      [&] {
+        int position = input.ourText.indexOfCaseSen(input.ourNeedle);
+        seen(position);
+      },
+      contestant{"memmem",
+                 [&] {
+                   void* hit = memmem(input.text.data(), input.text.size(), input.needle.data(),
+                                      input.needle.size());
+                   seen(hit);
+                 }},
+      contestant{"strstr",
+                 [&] {
+                   char const* hit = std::strstr(input.text.c_str(), input.needle.c_str());
+                   seen(hit);
+                 }},
+      contestant{"std::string",
+                 [&] {
+                   std::size_t position = input.text.find(input.needle);
+                   seen(position);
+                 }},
+      contestant{"boost",
+                 [&] {
+                   auto hit = boost::algorithm::find_first(input.fixed, input.needle);
+                   seen(hit);
+                 }},
+      contestant{"absl", [&] {
+                   bool found = absl::StrContains(input.text, input.needle);
+                   seen(found);
+                 }});
+}
+
+template <int N>
+void raceFolded(benchmark::State& state, place where) {
+  search_input<N> input(where);
+  std::string needle = "sHADOW";
+  _qzString8_allSize<N> ourNeedle(needle.c_str());
+  seen(needle);
+  seen(ourNeedle);
+  race(
+      state,
+      [&] {
+        int position = input.ourText.indexOf(ourNeedle);
+        seen(position);
+      },
+      contestant{"strcasestr",
+                 [&] {
+                   char const* hit = strcasestr(input.text.c_str(), needle.c_str());
+                   seen(hit);
+                 }},
+      contestant{"boost",
+                 [&] {
+                   auto hit = boost::algorithm::ifind_first(input.fixed, needle);
+                   seen(hit);
+                 }},
+      contestant{"absl fold, find", [&] {
+                   std::size_t position =
+                       absl::AsciiStrToLower(input.text).find(absl::AsciiStrToLower(needle));
+                   seen(position);
+                 }});
+}
+
+template <int N>
+void findEarly(benchmark::State& state) {
+  raceExact<N>(state, place::early);
+}
+QZ_RACE_TEXTS(findEarly);
+template <int N>
+void findLate(benchmark::State& state) {
+  raceExact<N>(state, place::late);
+}
+QZ_RACE_TEXTS(findLate);
+template <int N>
+void findNothing(benchmark::State& state) {
+  raceExact<N>(state, place::nowhere);
+}
+QZ_RACE_TEXTS(findNothing);
+
+template <int N>
+void findFoldedEarly(benchmark::State& state) {
+  raceFolded<N>(state, place::early);
+}
+QZ_RACE_TEXTS(findFoldedEarly);
+template <int N>
+void findFoldedLate(benchmark::State& state) {
+  raceFolded<N>(state, place::late);
+}
+QZ_RACE_TEXTS(findFoldedLate);
+template <int N>
+void findFoldedNothing(benchmark::State& state) {
+  raceFolded<N>(state, place::nowhere);
+}
+QZ_RACE_TEXTS(findFoldedNothing);
+
+}  // namespace
