@@ -86,7 +86,7 @@ struct string8_members : text_members<Self, char> {
   // operator== is the struct's own; this is its rule for a bare pointer.
   bool equalsText(char const* text) const {
     return text != nullptr && self().data[0] == text[0] &&
-           equal(viewOf(self()), {text, cutLength(text)});
+           equal(viewOf(self()), unit_run<char>{text, cutLength(text)});
   }
 
  private:

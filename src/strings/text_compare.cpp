@@ -1,63 +1,44 @@
 #include <algorithm>
 
 #include "strings/text_core.h"
+#include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
 
 template <class Unit>
-bool sameUnits(Unit const* a, Unit const* b, int count) {
-  return std::memcmp(a, b, static_cast<std::size_t>(count) * sizeof(Unit)) == 0;
-}
-
-template <class Unit>
 bool sameUnitsFolded(Unit const* a, Unit const* b, int count) {
-  for (int i = 0; i < count; ++i)
-    if (unit_rules<Unit>::upper(a[i]) != unit_rules<Unit>::upper(b[i])) return false;
-  return true;
+  return sameCount(a, b, count, to_upper{}, to_upper{}) == count;
 }
 
 template <class Unit>
 int lengthOrder(text_view<Unit> a, text_view<Unit> b) {
-  return *a.lengthField - *b.lengthField;
+  return a.lengthField() - b.lengthField();
 }
 
 template <class Unit, class Fold>
 bool equalOnceFolded(text_view<Unit> a, text_view<Unit> b, Fold fold) {
-  if (*a.lengthField != *b.lengthField) return false;
+  if (a.lengthField() != b.lengthField()) return false;
   int const count = a.used();
   if (count == 0) return a.units[0] == b.units[0];
-  for (int i = 0; i < count; ++i)
-    if (fold(a.units[i]) != b.units[i]) return false;
-  return true;
+  return sameCount(a.units, b.units, count, fold, as_it_is{}) == count;
 }
 
 }  // namespace
 
 template <class Unit>
-bool equal(text_view<Unit> a, text_view<Unit> b) {
-  return a.units[0] == b.units[0] && *a.lengthField == *b.lengthField &&
-         sameUnits(a.units, b.units, a.used());
-}
-
-template <class Unit>
-bool equal(text_view<Unit> a, unit_run<Unit> b) {
-  return *a.lengthField == b.count && sameUnits(a.units, b.units, a.used());
-}
-
-template <class Unit>
 bool equalFolded(text_view<Unit> a, unit_run<Unit> b) {
-  return *a.lengthField == b.count && sameUnitsFolded(a.units, b.units, a.used());
+  return a.lengthField() == b.count && sameUnitsFolded(a.units, b.units, a.used());
 }
 
 template <class Unit>
 bool equalUpperInput(text_view<Unit> a, text_view<Unit> b) {
-  return equalOnceFolded(a, b, unit_rules<Unit>::upper);
+  return equalOnceFolded(a, b, to_upper{});
 }
 
 template <class Unit>
 bool equalLowerInput(text_view<Unit> a, text_view<Unit> b) {
-  return equalOnceFolded(a, b, unit_rules<Unit>::lower);
+  return equalOnceFolded(a, b, to_lower{});
 }
 
 template <class Unit>
@@ -76,11 +57,9 @@ template <class Unit>
 int compareFolded(text_view<Unit> a, text_view<Unit> b) {
   using rules = unit_rules<Unit>;
   int const shorter = std::min(a.used(), b.used());
-  for (int i = 0; i < shorter; ++i) {
-    int const order =
-        rules::order(rules::upper(a.units[i])) - rules::order(rules::upper(b.units[i]));
-    if (order != 0) return order;
-  }
+  int const same = sameCount(a.units, b.units, shorter, to_upper{}, to_upper{});
+  if (same < shorter)
+    return rules::order(rules::upper(a.units[same])) - rules::order(rules::upper(b.units[same]));
   int const order = lengthOrder(a, b);
   return (order > 0) - (order < 0);
 }
@@ -102,8 +81,6 @@ bool endsWithFolded(unit_run<Unit> text, unit_run<Unit> suffix) {
 }
 
 #define QZ_INSTANTIATE(Unit)                                       \
-  template bool equal(text_view<Unit>, text_view<Unit>);           \
-  template bool equal(text_view<Unit>, unit_run<Unit>);            \
   template bool equalFolded(text_view<Unit>, unit_run<Unit>);      \
   template bool equalUpperInput(text_view<Unit>, text_view<Unit>); \
   template bool equalLowerInput(text_view<Unit>, text_view<Unit>); \

@@ -29,47 +29,74 @@ struct unit_run {
   int count;
 };
 
+// The place of the length is kept as its distance from the units, so that a slot and a view pass in
+// two registers.
 template <class Unit>
 struct text_view {
   Unit const* units;
-  unsigned short const* lengthField;
+  int lengthOffset;  // bytes
   int capacity;
 
-  int used() const { return *lengthField < capacity ? *lengthField : capacity; }
+  unsigned short const& lengthField() const {
+    return *reinterpret_cast<unsigned short const*>(reinterpret_cast<char const*>(units) +
+                                                    lengthOffset);
+  }
+  int used() const { return lengthField() < capacity ? lengthField() : capacity; }
   unit_run<Unit> run() const { return {units, used()}; }
 };
 
 template <class Unit>
 struct text_slot {
   Unit* units;
-  unsigned short* lengthField;
+  int lengthOffset;  // bytes
   int capacity;
 
-  int used() const { return *lengthField < capacity ? *lengthField : capacity; }
+  unsigned short& lengthField() const {
+    return *reinterpret_cast<unsigned short*>(reinterpret_cast<char*>(units) + lengthOffset);
+  }
+  int used() const { return lengthField() < capacity ? lengthField() : capacity; }
   int room() const { return capacity - used(); }
   unit_run<Unit> run() const { return {units, used()}; }
-  text_view<Unit> view() const { return {units, lengthField, capacity}; }
-  void setUsed(int count) const { *lengthField = static_cast<unsigned short>(count); }
+  text_view<Unit> view() const { return {units, lengthOffset, capacity}; }
+  void setUsed(int count) const { lengthField() = static_cast<unsigned short>(count); }
   void setUsedAndEnd(int count) const {
     setUsed(count);
     units[count] = 0;
   }
 };
 
+// The distance in bytes from one field of a string to another.
+inline int offsetOf(void const* field, void const* from) {
+  return static_cast<int>(static_cast<char const*>(field) - static_cast<char const*>(from));
+}
+
+// The units are reached from the string as a whole, not from its array: the length lies outside of
+// the array.
 template <class String>
 auto slotOf(String& string) {
-  return text_slot<typename String::unit>{string.data, &string.length, String::kCapacity};
+  using unit = typename String::unit;
+  auto* const object = reinterpret_cast<char*>(&string);
+  return text_slot<unit>{reinterpret_cast<unit*>(object + offsetOf(string.data, object)),
+                         offsetOf(&string.length, string.data), String::kCapacity};
 }
 
 template <class String>
 auto viewOf(String const& string) {
-  return text_view<typename String::unit>{string.data, &string.length, String::kCapacity};
+  using unit = typename String::unit;
+  auto* const object = reinterpret_cast<char const*>(&string);
+  return text_view<unit>{reinterpret_cast<unit const*>(object + offsetOf(string.data, object)),
+                         offsetOf(&string.length, string.data), String::kCapacity};
 }
 
 // Source and target may overlap.
 template <class Unit>
 inline void copyUnits(Unit* to, Unit const* from, int count) {
   std::memmove(to, from, static_cast<std::size_t>(count) * sizeof(Unit));
+}
+
+template <class Unit>
+inline bool sameUnits(Unit const* a, Unit const* b, int count) {
+  return std::memcmp(a, b, static_cast<std::size_t>(count) * sizeof(Unit)) == 0;
 }
 
 // What a count from outside becomes: its low 16 bits, at most the capacity. The reduction comes
@@ -122,18 +149,24 @@ void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool r
 
 template <class Unit>
 inline void appendUnit(text_slot<Unit> text, Unit unit) {
-  if (*text.lengthField >= text.capacity) return;
-  text.units[*text.lengthField] = unit;
-  text.setUsedAndEnd(*text.lengthField + 1);
+  int const end = text.lengthField();
+  if (end >= text.capacity) return;
+  text.units[end] = unit;
+  text.setUsedAndEnd(end + 1);
 }
 
 // --- comparing (text_compare.cpp) ---
 
 // Exact. The first unit of the arrays counts even when both texts are empty.
 template <class Unit>
-bool equal(text_view<Unit> a, text_view<Unit> b);
+inline bool equal(text_view<Unit> a, text_view<Unit> b) {
+  return a.units[0] == b.units[0] && a.lengthField() == b.lengthField() &&
+         sameUnits(a.units, b.units, a.used());
+}
 template <class Unit>
-bool equal(text_view<Unit> a, unit_run<Unit> b);
+inline bool equal(text_view<Unit> a, unit_run<Unit> b) {
+  return a.lengthField() == b.count && sameUnits(a.units, b.units, a.used());
+}
 template <class Unit>
 bool equalFolded(text_view<Unit> a, unit_run<Unit> b);
 // Folds `a` alone; `b` is expected in that case already.

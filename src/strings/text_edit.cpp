@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "strings/text_core.h"
-#include "strings/text_search_filter.h"
+#include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
@@ -27,7 +27,7 @@ void splice(text_slot<Unit> text, int position, int dropped, unit_run<Unit> sour
 
 template <class Unit>
 bool sameString(text_slot<Unit> text, text_view<Unit> argument) {
-  return text.lengthField == argument.lengthField;
+  return text.units == argument.units;
 }
 
 // An edit gives the text back piece by piece, so a string that is its own argument holds, by the
@@ -40,11 +40,11 @@ unit_run<Unit> readDuringEdit(text_slot<Unit> text, int position, text_view<Unit
 
 // The visible bytes of one replacement after the other, each cutting the text at the capacity
 // before the next search, in a single pass.
-template <class Unit, class Fold>
+template <class Unit, class Find>
 void replaceEach(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent,
-                 Fold fold) {
+                 Find findNext) {
   unit_run<Unit> const needle = from.run();
-  int hit = filteredFind(text.run(), needle, 0, fold, fold);
+  int hit = findNext(text.run(), needle, 0);
   if (hit < 0) return;
   unit_run<Unit> const replacement = readDuringEdit(text, hit, to);
   // With the string as its own argument no second match is possible: the needle is the new text,
@@ -68,7 +68,7 @@ void replaceEach(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to,
     out += inserted;
     in += needle.count;
     end = std::min(end, in + text.capacity - out);  // what is pushed out is lost for good
-    hit = filteredFind(unit_run<Unit>{source + in, end - in}, needle, 0, fold, fold);
+    hit = findNext(unit_run<Unit>{source + in, end - in}, needle, 0);
     int const kept = hit < 0 ? end - in : hit;
     copyUnits(text.units + out, source + in, kept);
     out += kept;
@@ -82,12 +82,17 @@ void replaceEach(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to,
   endEdit(text, out);
 }
 
-template <class Unit, class Fold>
-void removeEach(text_slot<Unit> text, text_view<Unit> needle, Fold fold) {
-  static constexpr Unit kNothing[1] = {};
-  static constexpr unsigned short kZero = 0;
-  replaceEach(text, needle, text_view<Unit>{kNothing, &kZero, 0}, static_cast<Unit*>(nullptr),
-              fold);
+template <class Unit>
+struct empty_string {
+  using unit = Unit;
+  static constexpr int kCapacity = 0;
+  unsigned short length = 0;
+  Unit data[1] = {};
+};
+
+template <class Unit, class Find>
+void removeEach(text_slot<Unit> text, text_view<Unit> needle, Find findNext) {
+  replaceEach(text, needle, viewOf(empty_string<Unit>()), static_cast<Unit*>(nullptr), findNext);
 }
 
 template <class Unit>
@@ -99,12 +104,12 @@ bool isTrimmed(Unit unit) {
 
 template <class Unit>
 void foldUpper(text_slot<Unit> text) {
-  std::transform(text.units, text.units + text.used(), text.units, to_upper{});
+  changeUnits(text.units, text.units, text.used(), to_upper{});
 }
 
 template <class Unit>
 void foldLower(text_slot<Unit> text) {
-  std::transform(text.units, text.units + text.used(), text.units, unit_rules<Unit>::lower);
+  changeUnits(text.units, text.units, text.used(), to_lower{});
 }
 
 template <class Unit>
@@ -161,22 +166,22 @@ void replaceUnitFolded(text_slot<Unit> text, Unit from, Unit to) {
 
 template <class Unit>
 void replaceAll(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent) {
-  replaceEach(text, from, to, lent, as_it_is{});
+  replaceEach(text, from, to, lent, find<Unit>);
 }
 
 template <class Unit>
 void replaceAllFolded(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent) {
-  replaceEach(text, from, to, lent, to_upper{});
+  replaceEach(text, from, to, lent, findFolded<Unit>);
 }
 
 template <class Unit>
 void removeAll(text_slot<Unit> text, text_view<Unit> needle) {
-  removeEach(text, needle, as_it_is{});
+  removeEach(text, needle, find<Unit>);
 }
 
 template <class Unit>
 void removeAllFolded(text_slot<Unit> text, text_view<Unit> needle) {
-  removeEach(text, needle, to_upper{});
+  removeEach(text, needle, findFolded<Unit>);
 }
 
 template <class Unit>

@@ -58,7 +58,7 @@ void append(text_slot<Unit> text, unit_run<Unit> source) {
 
 template <class Unit>
 void appendLive(text_slot<Unit> text, text_view<Unit> source) {
-  if (source.lengthField != text.lengthField) return append(text, source.run());
+  if (source.units != text.units) return append(text, source.run());
   // Required: the end is read again after each unit, so a string appended to itself never comes to
   // its own end and repeats until it is full.
   int const period = text.used();

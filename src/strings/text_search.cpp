@@ -1,7 +1,8 @@
 #include <algorithm>
+#include <type_traits>
 
 #include "strings/text_core.h"
-#include "strings/text_search_filter.h"
+#include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
@@ -25,6 +26,61 @@ auto folded(Unit unit) {
   return [wanted = unit_rules<Unit>::upper(unit)](Unit other) {
     return unit_rules<Unit>::upper(other) == wanted;
   };
+}
+
+template <class Unit, class FoldText, class FoldNeedle>
+bool spanMatches(Unit const* span, unit_run<Unit> needle, FoldText foldText,
+                 FoldNeedle foldNeedle) {
+  return sameCount(span, needle.units, needle.count, foldText, foldNeedle) == needle.count;
+}
+
+template <class Unit>
+bool spanMatches(Unit const* span, unit_run<Unit> needle, as_it_is, as_it_is) {
+  return sameUnits(span, needle.units, needle.count);
+}
+
+// Returns the first position >= `start` at which `needle` stands in `text`, each side folded by
+// its own function, or -1. An empty needle is never found. `start` must not be negative, unless
+// both texts are of one length: then it is not looked at.
+//
+// A rolling sum over the span under test stands in front of the comparison, so that most positions
+// cost one addition. It is only a filter; the answer is the first match in the ordinary sense.
+template <class Unit, class FoldText, class FoldNeedle>
+int filteredFind(unit_run<Unit> text, unit_run<Unit> needle, int start, FoldText foldText,
+                 FoldNeedle foldNeedle) {
+  int const last = text.count - needle.count;
+  if (needle.count == 0 || start > last) return -1;
+  int position = last == 0 ? 0 : start;
+  auto const weigh = [&](int i) { return unit_rules<Unit>::weight(foldText(text.units[i])); };
+  // What going on from a position adds to the sum.
+  auto const step = [&](int from) { return weigh(from + needle.count) - weigh(from); };
+
+  int wanted = 0;
+  int sum = 0;
+  for (int i = 0; i < needle.count; ++i) {
+    wanted += unit_rules<Unit>::weight(foldNeedle(needle.units[i]));
+    sum += weigh(position + i);
+  }
+  auto const matchesAt = [&](int i) {
+    return sum == wanted && spanMatches(text.units + i, needle, foldText, foldNeedle);
+  };
+  // Folding is what costs. The steps of a block of positions do not depend on each other, and the
+  // compiler makes vector code of them.
+  if constexpr (!std::is_same_v<FoldText, as_it_is>) {
+    int steps[kFoldBlock];
+    for (; last - position >= kFoldBlock; position += kFoldBlock) {
+      for (int i = 0; i < kFoldBlock; ++i) steps[i] = step(position + i);
+      for (int i = 0; i < kFoldBlock; ++i) {
+        if (matchesAt(position + i)) return position + i;
+        sum += steps[i];
+      }
+    }
+  }
+  for (; position < last; ++position) {
+    if (matchesAt(position)) return position;
+    sum += step(position);
+  }
+  return matchesAt(last) ? last : -1;
 }
 
 }  // namespace

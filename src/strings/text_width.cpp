@@ -2,17 +2,22 @@
 #include <algorithm>
 
 #include "strings/text_core.h"
+#include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
 
-unsigned short withSign(char c) { return static_cast<unsigned short>(static_cast<signed char>(c)); }
-unsigned short withZeros(char c) { return static_cast<unsigned char>(c); }
+// Function objects and not functions, so that the loops over them are compiled for each.
+constexpr auto withSign = [](char c) {
+  return static_cast<unsigned short>(unit_rules<char>::weight(c));
+};
+constexpr auto withZeros = [](char c) -> unsigned short { return static_cast<unsigned char>(c); };
+constexpr auto lowByte = [](unsigned short unit) { return static_cast<char>(unit & 0xFF); };
 
 template <class Widen>
 void putAt(text_slot<unsigned short> text, int start, unit_run<char> source, Widen widen) {
   int const count = std::min(source.count, text.capacity - start);
-  std::transform(source.units, source.units + count, text.units + start, widen);
+  changeUnits(source.units, text.units + start, count, widen);
   text.setUsedAndEnd(start + count);
 }
 
@@ -20,7 +25,7 @@ void putAt(text_slot<unsigned short> text, int start, unit_run<char> source, Wid
 
 int narrowInto(char* buffer, int room, unit_run<unsigned short> source) {
   int const count = std::min(source.count, room);
-  for (int i = 0; i < count; ++i) buffer[i] = static_cast<char>(source.units[i] & 0xFF);
+  changeUnits(source.units, buffer, count, lowByte);
   buffer[count] = 0;
   return count;
 }
@@ -46,7 +51,7 @@ void appendWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> sourc
 }
 
 bool equalWithZeros(text_view<unsigned short> a, unit_run<char> b) {
-  return *a.lengthField == b.count &&
+  return a.lengthField() == b.count &&
          std::equal(a.units, a.units + a.used(), b.units,
                     [](unsigned short unit, char c) { return unit == withZeros(c); });
 }

@@ -16,16 +16,19 @@
 
 namespace qz::detail {
 
+// What a letter differs in from the same letter in the other case.
+constexpr int caseBit(bool changes) { return changes ? 0x20 : 0; }
+
 template <class Unit>
 struct unit_rules;
 
 template <>
 struct unit_rules<char> {
   static constexpr char upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+    return static_cast<char>(c ^ caseBit(c >= 'a' && c <= 'z'));
   }
   static constexpr char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    return static_cast<char>(c ^ caseBit(c >= 'A' && c <= 'Z'));
   }
   static constexpr int weight(char c) { return static_cast<signed char>(c); }
   static constexpr int order(char c) { return static_cast<unsigned char>(c); }
@@ -35,10 +38,10 @@ struct unit_rules<char> {
 template <>
 struct unit_rules<unsigned short> {
   static constexpr unsigned short upper(unsigned short c) {
-    return c >= 'a' && c <= 'z' ? static_cast<unsigned short>(c - 32) : c;
+    return static_cast<unsigned short>(c ^ caseBit(c >= 'a' && c <= 'z'));
   }
   static constexpr unsigned short lower(unsigned short c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<unsigned short>(c + 32) : c;
+    return static_cast<unsigned short>(c ^ caseBit(c >= 'A' && c <= 'Z'));
   }
   static constexpr int weight(unsigned short c) { return c; }
   static constexpr int order(unsigned short c) { return ((c & 0xFF) << 8) | (c >> 8); }
