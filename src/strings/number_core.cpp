@@ -1,12 +1,16 @@
 #include "strings/number_core.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <type_traits>
 
 namespace qz::detail {
 namespace {
+
+constexpr int kMostDigits = 20;  // of a 64-bit number, the minus sign among them
 
 template <class Number>
 int writeDecimal(char (&text)[24], Number value) {
@@ -15,11 +19,27 @@ int writeDecimal(char (&text)[24], Number value) {
   return static_cast<int>(end - text);
 }
 
+// A text that passes the check is read on the way; what `read` would saturate, and what has no
+// terminator behind the text, is left to it.
 template <class Read>
 auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text.units)) {
   if (ok != nullptr) {
-    *ok = isNumber(text);
-    if (!*ok) return 0;
+    constexpr int kSafeCount = 19;
+    bool const negative = text.count > 0 && text.units[0] == '-';
+    unsigned long long value = 0;
+    for (int i = negative; i < text.count; ++i) {
+      unsigned const digit = static_cast<unsigned>(text.units[i]) - '0';
+      if (digit > 9) {
+        *ok = false;
+        return 0;
+      }
+      value = value * 10 + digit;
+    }
+    *ok = true;
+    if (text.count < kSafeCount && text.units[text.count] == 0) {
+      auto const number = static_cast<long long>(value);
+      return static_cast<decltype(read(text.units))>(negative ? -number : number);
+    }
   }
   return read(text.units);
 }
@@ -37,8 +57,16 @@ long long withSign(unsigned value, int bits) {
 decimal_text::decimal_text(long long value) : count(writeDecimal(text, value)) {}
 decimal_text::decimal_text(unsigned long long value) : count(writeDecimal(text, value)) {}
 
-template <class Unit>
-void appendDigits(text_slot<Unit> text, decimal_text const& digits) {
+template <class Unit, class Number>
+void appendDecimal(text_slot<Unit> text, Number value) {
+  if constexpr (std::is_same_v<Unit, char>) {
+    if (text.room() >= kMostDigits) {
+      char* const begin = text.units + text.used();
+      char* const end = std::to_chars(begin, begin + kMostDigits, value).ptr;
+      return text.setUsedAndEnd(static_cast<int>(end - text.units));
+    }
+  }
+  decimal_text const digits(value);
   Unit lent[sizeof digits.text];
   append(text,
          unit_run<Unit>{unit_rules<Unit>::spell(digits.text, digits.count, lent), digits.count});
@@ -47,20 +75,19 @@ void appendDigits(text_slot<Unit> text, decimal_text const& digits) {
 void appendDecimalPadded(text_slot<char> text, long long value, int minDigits) {
   decimal_text const digits(value);
   for (int i = digits.count; i < minDigits; ++i) appendUnit(text, '0');
-  appendDigits(text, digits);
+  append(text, unit_run<char>{digits.text, digits.count});
 }
 
 void appendHex(text_slot<char> text, unsigned value, int minDigits, int mostKept) {
-  char digits[8];
-  int count = 0;
-  for (int shift = 28; shift >= 0; shift -= 4) {
-    unsigned const digit = value >> shift & 0xF;
-    if (digit == 0 && count == 0 && shift / 4 >= minDigits) continue;
-    digits[count++] = "0123456789ABCDEF"[digit];
-  }
-  count = std::min(count, text.capacity);
-  int const kept = std::min(count, mostKept);
-  append(text, unit_run<char>{digits + count - kept, kept});
+  int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
+  int const fitting = std::min(digits, text.capacity);
+  int const kept = std::min(fitting, mostKept);
+  int const start = text.used();
+  int const count = std::min(kept, text.capacity - start);
+  auto rest = static_cast<unsigned long long>(value) >> 4 * (digits - fitting + kept - count);
+  for (int i = start + count; i-- > start; rest >>= 4)
+    text.units[i] = "0123456789ABCDEF"[rest & 0xF];
+  text.setUsedAndEnd(start + count);
 }
 
 template <class Unit>
@@ -91,9 +118,12 @@ long long toIntFromHex(text_slot<char> text, char* copy, int bits, bool signedVa
   return valid ? withSign(value, bits) : 0;
 }
 
-template void appendDigits(text_slot<char>, decimal_text const&);
-template void appendDigits(text_slot<unsigned short>, decimal_text const&);
-template bool isNumber(unit_run<char>);
+template void appendDecimal(text_slot<char>, int);
+template void appendDecimal(text_slot<char>, long long);
+template void appendDecimal(text_slot<char>, unsigned long long);
+template void appendDecimal(text_slot<unsigned short>, int);
+template void appendDecimal(text_slot<unsigned short>, long long);
+template void appendDecimal(text_slot<unsigned short>, unsigned long long);
 template bool isNumber(unit_run<unsigned short>);
 
 }  // namespace qz::detail

@@ -17,13 +17,9 @@ struct decimal_text {
   explicit decimal_text(int value) : decimal_text(static_cast<long long>(value)) {}
 };
 
-// Appends what fits of the digits.
-template <class Unit>
-void appendDigits(text_slot<Unit> text, decimal_text const& digits);
+// Appends what fits of the digits, of an int or a 64-bit number.
 template <class Unit, class Number>
-void appendDecimal(text_slot<Unit> text, Number value) {
-  appendDigits(text, decimal_text(value));
-}
+void appendDecimal(text_slot<Unit> text, Number value);
 
 // Zeros first, up to `minDigits` characters in all, the minus sign among them and behind the zeros.
 void appendDecimalPadded(text_slot<char> text, long long value, int minDigits);
