@@ -145,9 +145,7 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
   bool operator!=(char const* text) const { return text != nullptr && !(*this == text); }
   bool operator!=(std::nullptr_t) const { return false; }
   // Exact. The first units of both arrays must be equal, also when both texts are empty.
-  bool operator==(_qzString const& other) const {
-    return data[0] == other.data[0] && equal(viewOf(*this), viewOf(other));
-  }
+  bool operator==(_qzString const& other) const { return equal(viewOf(*this), viewOf(other)); }
   bool operator!=(_qzString const& other) const { return !(*this == other); }
 
   // This string as a view without capacity. Belongs to the string.

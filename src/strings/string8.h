@@ -84,14 +84,14 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   _qzString8_allSize(std::nullptr_t) { this->clear(); }
   // Null gives an empty string. The byte count is cut.
   _qzString8_allSize(char const* text) {
-    this->clear();
-    if (text != nullptr) this->fill(text, std::strlen(text));
+    *this = text;
+    this->clearUnused();
   }
   // `count` bytes whatever they are; the count is cut, so a negative one reads as a large one. The
   // pointer is not tested.
   _qzString8_allSize(char const* text, int count) {
-    this->clear();
     this->fill(text, static_cast<std::size_t>(count));
+    this->clearUnused();
   }
   // Keeps the low byte of each unit, of 1024 units at most (qzCharLen). Null gives an empty string.
   _qzString8_allSize(unsigned short const* wide) {
@@ -196,7 +196,7 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // Exact. The first characters of both arrays must be equal, also when both texts are empty: a
   // string emptied by assigning null is not equal to a cleared one.
   bool operator==(_qzString8_allSize const& other) const {
-    return data[0] == other.data[0] && equal(viewOf(*this), viewOf(other));
+    return equal(viewOf(*this), viewOf(other));
   }
   bool operator!=(_qzString8_allSize const& other) const { return !(*this == other); }
   // Null is not equal to anything, an empty string included.
