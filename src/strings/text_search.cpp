@@ -76,11 +76,11 @@ int filteredFind(unit_run<Unit> text, unit_run<Unit> needle, int start, FoldText
       }
     }
   }
-  for (; position < last; ++position) {
+  for (;; ++position) {
     if (matchesAt(position)) return position;
+    if (position == last) return -1;
     sum += step(position);
   }
-  return matchesAt(last) ? last : -1;
 }
 
 }  // namespace
