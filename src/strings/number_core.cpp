@@ -124,6 +124,7 @@ template void appendDecimal(text_slot<char>, unsigned long long);
 template void appendDecimal(text_slot<unsigned short>, int);
 template void appendDecimal(text_slot<unsigned short>, long long);
 template void appendDecimal(text_slot<unsigned short>, unsigned long long);
+template bool isNumber(unit_run<char>);
 template bool isNumber(unit_run<unsigned short>);
 
 }  // namespace qz::detail

@@ -5,22 +5,13 @@
 #include <cstdlib>
 
 #include "strings/formatted_text.h"
+#include "strings/number_core.h"
 #include "tool/report.h"
 
 namespace qz::detail {
 namespace {
 
 enum class reading { missing, invalid, number };
-
-// Digits, and a minus sign in front. Nothing else is needed: an empty text and a lone minus sign
-// are numbers and give 0.
-bool isNumber(line_text const& text) {
-  for (int i = 0; i < text.length; ++i) {
-    char const c = text.data[i];
-    if ((c < '0' || c > '9') && !(i == 0 && c == '-')) return false;
-  }
-  return true;
-}
 
 void reportError(line_text const& a, line_text const& b = "", line_text const& c = "") {
   writeInfoHeader(true);
@@ -47,7 +38,7 @@ reading read(positional_argument const& argument, char const* given, line_text& 
     return reading::missing;
   }
   argText = given;
-  if (isNumber(argText)) return reading::number;
+  if (isNumber(viewOf(argText).run())) return reading::number;
   reportError("'", argText, argument.whenInvalid);
   return reading::invalid;
 }
@@ -67,7 +58,7 @@ bool readTrailing(char const* const* argv, int count, run_state& run) {
       continue;
     }
     argText.remove("ignore=");
-    if (!isNumber(argText)) {
+    if (!isNumber(viewOf(argText).run())) {
       reportError("'", argText, "' is not a valid ignore number!");
       return false;
     }
