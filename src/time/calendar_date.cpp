@@ -30,7 +30,8 @@ void setFields(std::tm& local, std::tm const& fields) {
 // the second one has the hour that was meant.
 long long secondsOf(std::tm const& fields) {
   std::tm local = fields;
-  std::mktime(&local);
+  long long const seconds = std::mktime(&local);
+  if (local.tm_isdst == fields.tm_isdst) return seconds;  // the second pass would ask the same
   setFields(local, fields);
   return std::mktime(&local);
 }
