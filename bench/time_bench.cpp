@@ -36,10 +36,11 @@ void raceText(benchmark::State& state, OurText ourText, char const* format) {
                  }});
 }
 
-#define QZ_RACE_TEXT(name, format)                                               \
-  void name(benchmark::State& state) {                                           \
-    raceText(state, [](_qzTime const& time) { return time.name(); }, format);    \
-  }                                                                              \
+#define QZ_RACE_TEXT(name, format)                                       \
+  void name(benchmark::State& state) {                                   \
+    raceText(                                                            \
+        state, [](_qzTime const& time) { return time.name(); }, format); \
+  }                                                                      \
   BENCHMARK(name)->Apply(inTurns)
 
 QZ_RACE_TEXT(asQZ8StringMt, "%b %d. %H:%M.%S");
