@@ -38,7 +38,9 @@ TEST_F(TimeText, KeepsItsFormForEveryValue) {
   EXPECT_EQ(_qzTime(kLast + 1, true).asQZ8String(), "01.00. 00:00.00");
   EXPECT_EQ(_qzTime(946684799LL, true).asStringYear3(), "31.Dec.-1");
   EXPECT_EQ(_qzTime(946684799LL, true).asStringFileNameYearMinute(), "-11231_2359");
+  EXPECT_EQ(_qzTime(4102444800LL, true).asStringYear3(), "01.Jan.100");
   EXPECT_EQ(_qzTime(-5LL, true).asStringFileName(), "1231_235955");
+  EXPECT_EQ(_qzTime(-5LL, true).asStringFileName_TruncSec(), "1231_23595");
   EXPECT_EQ(_qzTime(-5LL, true).asQZ8StringMt(), "-.-");
   EXPECT_EQ(_qzTime(-5LL, true).asQZ8StringDateMonth(), "-.-");
   EXPECT_EQ(_qzTime().asQZ8StringDateMonthYear(), "-.-");
