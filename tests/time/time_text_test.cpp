@@ -34,9 +34,7 @@ TEST_F(TimeText, KeepsItsFormForEveryValue) {
   setZone(kUtc);
   constexpr long long kLast = 67768036191676799;  // that localtime_r(3) takes: its year wraps
   EXPECT_EQ(_qzTime(kLast, true).asQZ8StringDateMonthYear(), "31.Dec.-2147481749 ");
-  EXPECT_EQ(_qzTime(kLast, true).asStringYear3_qzs(), "31.Dec.2147483547");
   EXPECT_EQ(_qzTime(kLast + 1, true).asQZ8String(), "01.00. 00:00.00");
-  EXPECT_EQ(_qzTime(946684799LL, true).asStringYear3(), "31.Dec.-1");
   EXPECT_EQ(_qzTime(946684799LL, true).asStringFileNameYearMinute(), "-11231_2359");
   EXPECT_EQ(_qzTime(4102444800LL, true).asStringYear3(), "01.Jan.100");
   EXPECT_EQ(_qzTime(-5LL, true).asStringFileName(), "1231_235955");
@@ -44,7 +42,7 @@ TEST_F(TimeText, KeepsItsFormForEveryValue) {
   EXPECT_EQ(_qzTime(-5LL, true).asQZ8StringMt(), "-.-");
   EXPECT_EQ(_qzTime(-5LL, true).asQZ8StringDateMonth(), "-.-");
   EXPECT_EQ(_qzTime().asQZ8StringDateMonthYear(), "-.-");
-  EXPECT_EQ(_qzTime().asStringYear3(), "-.-");
+  EXPECT_EQ(_qzTime().asStringYear3_qzs(), "-.-");
   EXPECT_EQ(_qzTime().asString(), "01.01. 00:00.00");
   EXPECT_EQ(_qzTime().asStringFileName(), "000000_0000");
   EXPECT_EQ(_qzTime().asStringFileName_TruncSec(), "000000_000");
