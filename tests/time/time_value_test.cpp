@@ -94,12 +94,11 @@ TEST_F(TimeValue, AnswersByTheRulesOfTheMoment) {
   for (auto const& row : rows) {
     SCOPED_TRACE(row.local);
     setZone(row.zone);
-    auto const time = at(row.value);
-    std::tm local, smallLocal;
-    time.to_tm(local);
-    _qzTime32{500}.to_tm_Offset(smallLocal, row.value - 500);
-    EXPECT_EQ(shown(local), row.local);
-    EXPECT_EQ(shown(smallLocal), row.local);
+    _qzTime const time = at(row.value);
+    std::tm small;
+    _qzTime32{500}.to_tm_Offset(small, row.value - 500);
+    EXPECT_EQ(shown(time), row.local);
+    EXPECT_EQ(shown(small), row.local);
     EXPECT_EQ(time.weekDay(), row.weekDay);
     EXPECT_EQ(time.dayOfMonth(1), row.nextDay);
     EXPECT_EQ(time.month(), std::atoi(row.local + 5));
@@ -169,8 +168,7 @@ TEST_F(TimeValue, OfADateRunsOverTwoYearsAtMost) {
   for (auto const& [given, year, month] : rows) {
     _qzTime time;
     time.fromDate(1, given, 2026, true);
-    EXPECT_EQ(time.month(), month) << given;
-    EXPECT_EQ(time.year(), year) << given;
+    EXPECT_EQ(time.year() * 100 + time.month(), year * 100 + month) << given;
   }
 }
 
