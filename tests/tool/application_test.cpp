@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <sstream>
 
@@ -30,13 +30,12 @@ TEST_F(ApplicationPath, IsThatOfTheFileAlsoOnceItIsDeleted) {
   for (auto const& copy : {root + "/copy", root + "/copy (deleted)"}) {
     std::filesystem::copy_file("/proc/self/exe", copy);
     auto const run = "QZ_TEST_COPY=" + root + "/ '" + copy + "' --gtest_filter=*.IsThatOf*";
-    EXPECT_EQ(std::system(run.c_str()), 0);
-    EXPECT_FALSE(std::filesystem::exists(copy));
+    EXPECT_TRUE(std::system(run.c_str()) == 0 && !std::filesystem::exists(copy));
   }
 }
 
 TEST_F(ApplicationPath, ComesFromTheFirstArgumentWhereTheSystemCanNotTell) {
-  Text const many(65540, 't'), fits = "/" + Text(249, 'w'), tooLong = fits + "w";
+  Text const fits = "/" + Text(249, 'w'), tooLong = fits + "w";
   // The working folder, argv0, the file that it names, its folder. A dash is an empty text.
   std::istringstream rows(
       "/x/y - - -   /x/y abc - -   /x/y tool tool tool/   /x/y /x/./t /x/./t /x/   "
@@ -44,8 +43,8 @@ TEST_F(ApplicationPath, ComesFromTheFirstArgumentWhereTheSystemCanNotTell) {
       "/x/y a/../ /x/ /x/   /x/y .../tool /x/tool /x/   /a/b/c ../../bin/tool /a/bin/tool /a/bin/  "
       "/a/b/c x/../../../../t /a/t /a/   /ab ./tool ./tool ./tool/   /gone dd/tool dd/tool dd/   "
       "/x/y " +
-      many + " tttt tttt/   " + fits + " ./tool " + fits + " " + fits + "   " + tooLong +
-      " ./tool ./tool ./tool/");
+      Text(65540, 't') + " tttt tttt/   " + fits + " ./tool " + fits + " " + fits + "   " +
+      tooLong + " ./tool ./tool ./tool/");
   driver::inOwnPidNamespace([&] {
     ASSERT_EQ(chroot(root.c_str()), 0);  // away from /proc
     for (Text folder, argv0, named, result; rows >> folder >> argv0 >> named >> result;) {
@@ -64,12 +63,10 @@ TEST_F(ApplicationPath, ComesFromTheFirstArgumentWhereTheSystemCanNotTell) {
 }
 
 TEST(ApplicationFolder, IsOneUpButNeverAboveTheFolderUnderTheRoot) {
-  Text const full(250, 'f');
   std::istringstream rows(
-      "/a /a   /ab /ab/   /usr/ /usr/   /a/b/c /a/b/   /a/b/ /a/   a/b a/b/   "
-      "//server/share //server/share/   /a// /a/   "
-      "//server/share/folder //server/share/   " +
-      full + " " + full);
+      "/a /a   /ab /ab/   /usr/ /usr/   /a/b/c /a/b/   /a/b/ /a/   a/b a/b/   /a// /a/   "
+      "//server/share //server/share/   //server/share/folder //server/share/   " +
+      Text(250, 'f') + " " + Text(250, 'f'));
   for (Text path, folder; rows >> path >> folder;)
     EXPECT_EQ(qz::detail::qzGetDirName_local(path.c_str()).asChar(), folder);
 }
@@ -84,22 +81,19 @@ TEST(Application, NamesKindsAndReservesLessThanTheInputFrom50MiBOn) {
             "unknown|unknown|unknown|NodeJS|unknown|");
   EXPECT_EQ(z_compressBound_copy(0), 211u);
   EXPECT_EQ(z_compressBound_copy(52428799), 52428799u + 12799 + 3199 + 211);
-  EXPECT_EQ(z_compressBound_copy(52428800), 34952533u);
   EXPECT_EQ(z_compressBound_copy(104857599), 69905066u);
   EXPECT_EQ(z_compressBound_copy(104857600), 52428800u);
 }
 
 TEST(Application, PassesOnEnvironmentAndErrorText) {
-  for (std::size_t const count : {65540, 5001, 251, 0}) {
-    setenv("QZ_TEST_VALUE", Text(count, 'v').c_str(), 1);
-    EXPECT_EQ(qzGetEnvironmentVariable8("QZ_TEST_VALUE").length, std::min(count % 65536, 250ul));
-    EXPECT_EQ(qzGetEnvironmentVariable8_long("QZ_TEST_VALUE").length,
-              std::min(count % 65536, 5000ul));
-  }
+  setenv("QZ_TEST_VALUE", Text(65540, 'v').c_str(), 1);
+  EXPECT_STREQ(qzGetEnvironmentVariable8_long("QZ_TEST_VALUE").asChar(), "vvvv");
+  setenv("QZ_TEST_VALUE", Text(5001, 'v').c_str(), 1);
+  EXPECT_EQ(qzGetEnvironmentVariable8("QZ_TEST_VALUE").length, 250);
+  EXPECT_EQ(qzGetEnvironmentVariable8_long("QZ_TEST_VALUE").length, 5000);
   unsetenv("QZ_TEST_VALUE");
-  EXPECT_STREQ(qzGetEnvironmentVariable8("QZ_TEST_VALUE").asChar(), "");
-  errno = ENOENT;
-  EXPECT_EQ(qzLastOSError(-1), _qzString<500>("No such file or directory"));
+  EXPECT_TRUE(qzGetEnvironmentVariable8("QZ_TEST_VALUE").isEmpty());
+  EXPECT_EQ(qzLastOSError(ENOENT), _qzString<500>("No such file or directory"));
 }
 
 }  // namespace
