@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "strings/unit_folds.h"
+
 namespace qz::detail {
 namespace {
 
@@ -133,7 +135,9 @@ bool isRelative(unit_run<Unit> path) {
 
 template <class Unit>
 void convertDelimiters(text_slot<Unit> path) {
-  replaceUnitFolded(path, path_unit<Unit>::kBackward, path_unit<Unit>::kForward);
+  using rules = path_unit<Unit>;
+  changeUnits(path.units, path.units, path.used(),
+              [](Unit unit) { return unit == rules::kBackward ? rules::kForward : unit; });
 }
 
 template <class Unit>

@@ -159,9 +159,9 @@ void removeUnitFolded(text_slot<Unit> text, Unit unit) {
 template <class Unit>
 void replaceUnitFolded(text_slot<Unit> text, Unit from, Unit to) {
   Unit const wanted = unit_rules<Unit>::upper(from);
-  changeUnits(text.units, text.units, text.used(), [wanted, to](Unit unit) {
-    return unit_rules<Unit>::upper(unit) == wanted ? to : unit;
-  });
+  std::replace_if(
+      text.units, text.units + text.used(),
+      [wanted](Unit unit) { return unit_rules<Unit>::upper(unit) == wanted; }, to);
 }
 
 template <class Unit>
