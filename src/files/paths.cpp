@@ -193,13 +193,11 @@ bool directoryExists(text_slot<char> path) {
 
 _qzString8_allSize<500> qzGetFileNameBase(_qzString8_allSize<500> path, unsigned short delimiter) {
   // Required: at position 0 and 1 neither counts, so that a name of one letter keeps its extension.
-  auto const text = slotOf(path);
+  auto const text = viewOf(path).run();
   int const folderEnd = path.lastIndexOf(delimiter);
   int const start = folderEnd >= 2 ? folderEnd + 1 : 0;
-  assign(text, {text.units + start, text.used() - start});
-  int const dot = path.lastIndexOf('.');
-  if (dot >= 2) text.setUsedAndEnd(dot);
-  return path;
+  int const dot = path.lastIndexOf('.') - start;  // negative if it is in the folder
+  return {text.units + start, dot >= 2 ? dot : text.count - start};
 }
 
 bool qzDirectoryExists(_qzString<500> path) {

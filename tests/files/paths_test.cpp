@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -36,17 +35,14 @@ void holdsFor(std::string const& in, std::string const& out, Call call) {
 // The rows of the function's table in docs/files.md.
 template <class... Texts, class Call>
 void tableHoldsFor(std::string const& function, Call call) {
-  std::regex const row("\\| `?([^`]*?)`? \\| `?([^`]*?)`? \\|.*"), empty("\\*empty\\*");
+  std::regex const row("\\| (?:\\*empty\\*|`?([^`]*?)`?) \\| (?:\\*empty\\*|`?([^`]*?)`?) \\|.*");
   std::ifstream page(QZ_FILES_PAGE);
-  std::smatch cells;
+  std::string line;
+  while (std::getline(page, line) && !line.starts_with("### `" + function + "`")) continue;
   int rows = 0;
-  bool here = false;
-  for (std::string line; std::getline(page, line);) {
-    if (line.starts_with("#")) here = line.starts_with("### `" + function + "`");
-    if (!here || !std::regex_match(line, cells, row) || ++rows == 1) continue;
-    holdsFor<Texts...>(std::regex_replace(cells.str(1), empty, ""),
-                       std::regex_replace(cells.str(2), empty, ""), call);
-  }
+  for (std::smatch cells; std::getline(page, line) && !line.starts_with("#");)
+    if (std::regex_match(line, cells, row) && ++rows > 1)  // behind the head
+      holdsFor<Texts...>(cells.str(1), cells.str(2), call);
   EXPECT_GT(rows, 4) << function;
 }
 
@@ -102,11 +98,7 @@ TEST(Paths, OneBitOfTheTypeMakesADirectory) {
   std::filesystem::create_directories(folder + "/inner");
   std::filesystem::create_symlink("folder", link);
   std::ofstream(root + "/file") << "text";
-  sockaddr_un address = {AF_UNIX, {}};
-  (root + "/socket").copy(address.sun_path, sizeof address.sun_path - 1);
-  int const file = socket(AF_UNIX, SOCK_STREAM, 0);
-  EXPECT_EQ(bind(file, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  close(file);
+  EXPECT_EQ(mknod((root + "/socket").c_str(), S_IFSOCK | 0600, 0), 0);
   allAnswer("true", {folder, folder + "/", folder + "//", link, folder + "/inner",
                      root + "/socket"});  // Required: it has the bit as well
   allAnswer("false", {"", "/", "C:", root + "/file", root + "/file/", root + "/nothing"});
@@ -116,12 +108,10 @@ TEST(Paths, OneBitOfTheTypeMakesADirectory) {
     EXPECT_TRUE(setuid(65534) == 0 || unshare(CLONE_NEWUSER) == 0);
     allAnswer("true", {root});
     allAnswer("false", {folder});
-    EXPECT_EQ(errno, EACCES);
   });
   std::filesystem::permissions(root, std::filesystem::perms(0700));
   std::filesystem::remove_all(folder);
   allAnswer("false", {folder, folder + "/", link});
-
   // Required: the 16-bit form asks for the front of a long path.
   std::string const deep = root + "/" + std::string(100, 'd') + "/", more(200, 'm');
   std::string const most = deep + std::string(249 - deep.size(), 'd');

@@ -74,11 +74,10 @@ TEST(ApplicationFolder, IsOneUpButNeverAboveTheFolderUnderTheRoot) {
 TEST(Application, NamesKindsAndReservesLessThanTheInputFrom50MiBOn) {
   Text names;
   for (int i = -1; i <= 18; ++i)
-    names += qz_AppType_asString(qz_AppType(i)).to_qzString8_250().asChar() + Text("|");
+    names += qz_AppType_asString(qz_AppType(i)).to_qzString8_250().data;
   EXPECT_EQ(names,
-            "unknown|None|Server|Client|Submitter|Control|PostScript|Test|LogFile|"
-            "ClientWatch|Config|Viewer|Installer|HistoryDB|PythonModule|"
-            "unknown|unknown|unknown|NodeJS|unknown|");
+            "unknownNoneServerClientSubmitterControlPostScriptTestLogFileClientWatchConfigViewer"
+            "InstallerHistoryDBPythonModuleunknownunknownunknownNodeJSunknown");
   EXPECT_EQ(z_compressBound_copy(0), 211u);
   EXPECT_EQ(z_compressBound_copy(52428799), 52428799u + 12799 + 3199 + 211);
   EXPECT_EQ(z_compressBound_copy(104857599), 69905066u);
