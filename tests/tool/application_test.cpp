@@ -85,9 +85,7 @@ TEST(Application, NamesKindsAndReservesLessThanTheInputFrom50MiBOn) {
 }
 
 TEST(Application, PassesOnEnvironmentAndErrorText) {
-  setenv("QZ_TEST_VALUE", Text(65540, 'v').c_str(), 1);
-  EXPECT_STREQ(qzGetEnvironmentVariable8_long("QZ_TEST_VALUE").asChar(), "vvvv");
-  setenv("QZ_TEST_VALUE", Text(5001, 'v').c_str(), 1);
+  setenv("QZ_TEST_VALUE", Text(65536 + 5001, 'v').c_str(), 1);
   EXPECT_EQ(qzGetEnvironmentVariable8("QZ_TEST_VALUE").length, 250);
   EXPECT_EQ(qzGetEnvironmentVariable8_long("QZ_TEST_VALUE").length, 5000);
   unsetenv("QZ_TEST_VALUE");
