@@ -1,25 +1,15 @@
 // The light list on a machine that is played: faults, sizes and figures that no real one offers.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <memory>
 
-#include "process/platform.h"
+#include "process/played_machine.h"
 #include "process/process_list.h"
 
 namespace {
 
 using qz::detail::query_answer;
-
-struct played_machine {
-  int processes = 0;
-  int growths = 0;      // filling answers so many times that there are more by now
-  int sizeFailure = 0;  // errno of the size question
-  int fillFailure = 0;  // errno of filling
-  query_answer answer = {query_answer::answered, 0};
-  qz::detail::process_figures figures = {};
-} played;
 
 std::unique_ptr<_qzProcessList2> collected(played_machine const& machine) {
   played = machine;
@@ -101,20 +91,3 @@ TEST(PlayedProcessList, CpuTimeIsAddedInItsOrderOrRefused) {
 }
 
 }  // namespace
-
-qz::detail::enumeration qz::detail::enumerateProcesses(process_entry* entries, int& count) {
-  bool const isQuestion = entries == nullptr;
-  if (!isQuestion && --played.growths >= 0) return enumeration::grew;
-  errno = isQuestion ? played.sizeFailure : played.fillFailure;
-  if (errno != 0) return enumeration::failed;
-  // As long as the machine grows it tells too small a size.
-  count = std::min(isQuestion ? 9999 : count, played.growths > 0 ? 1 : played.processes);
-  for (unsigned i = 0; !isQuestion && i < static_cast<unsigned>(count); ++i)
-    entries[i] = {i + 100, i + 50, static_cast<int>(i) - 2, "Twenty-five (\xE4) bytes...."};
-  return enumeration::complete;
-}
-
-query_answer qz::detail::queryProcess(unsigned /*pid*/, process_figures& figures) {
-  figures = played.figures;
-  return played.answer;
-}

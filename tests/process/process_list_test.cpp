@@ -134,6 +134,19 @@ TEST(ProcessInfo, TellsLiveAndEndedThreadsApart) {
   }
 }
 
+TEST(ProcessInfo, ReadsNoThreadThatNeedNotBeRead) {
+  still_child const idle([] {}), busy(burn), ended([] { std::thread(burn).join(); });
+  bool const tellsTime = access("/proc/self/schedstat", R_OK) == 0;
+  for (pid_t const pid : {idle.pid, busy.pid, ended.pid}) {
+    auto const stat = "/task/" + std::to_string(pid) + "/stat";
+    faults = {.failingPath = stat, .failure = EINTR, .failures = 1};
+    qz::detail::process_figures figures;
+    EXPECT_EQ(qz::detail::queryProcess(static_cast<unsigned>(pid), figures).code, 0);
+    EXPECT_EQ(faults.failures == 0, pid == ended.pid || (pid == busy.pid && !tellsTime));
+    EXPECT_GT(figures.residentBytes, 0u);
+  }
+}
+
 // One descriptor opens /proc, but not a file in it. The second round with two would miss those that
 // were not given back.
 TEST(ProcessFaults, NoDescriptorsLeftIsAnErrorAndNoEmptyMachine) {
@@ -187,7 +200,10 @@ TEST(ProcessFaults, AScanWithoutTheOwnProcessIsRepeatedTwice) {
 }
 
 TEST(ProcessFaults, AnUnreadableFileDecidesByItsCause) {
-  still_child const child([] { prctl(PR_SET_NAME, "faulty"); });
+  still_child const child([] {
+    prctl(PR_SET_NAME, "faulty");
+    std::thread(burn).join();  // so that the threads have to be read
+  });
   std::string const id = "/" + std::to_string(child.pid), first = "/proc" + id + "/stat";
   std::tuple<int, int, char const*> const rows[] = {
       {EINTR, 0, "FAULTY"}, {ESRCH, 5, kGone},           {ENOENT, 5, kGone},
@@ -198,12 +214,12 @@ TEST(ProcessFaults, AnUnreadableFileDecidesByItsCause) {
     SCOPED_TRACE(failure);
     faults = {.failingPath = id + "/stat", .failure = failure, .failures = 1};
     EXPECT_EQ(snapshot(child.pid).shown, shown);
-    for (auto const& path : {first, id + "/statm", "/task" + id + "/stat"}) {
+    for (auto const& path : {first, id + "/schedstat", id + "/statm", "/task" + id + "/stat"}) {
       SCOPED_TRACE(path);
       faults = {.failingPath = path, .failure = failure, .failures = 1};
       qz::detail::process_figures figures;
       auto const answer = qz::detail::queryProcess(static_cast<unsigned>(child.pid), figures);
-      EXPECT_EQ(answer.code, code);
+      EXPECT_EQ(answer.code, path.ends_with("schedstat") ? 0 : code);
       EXPECT_EQ(answer.outcome == query_answer::access_refused, code != 0 && path == first);
     }
   }
