@@ -6,7 +6,7 @@
 
 using namespace qz::detail;
 
-static_assert(sizeof(_qzTime) == 8 && std::is_standard_layout_v<_qzTime> &&
+static_assert(sizeof(_qzTime) == 8 && alignof(_qzTime) == 4 && std::is_standard_layout_v<_qzTime> &&
               std::is_trivially_copyable_v<_qzTime>);
 static_assert(sizeof(_qzTime32) == 4 && std::is_trivial_v<_qzTime32>);
 

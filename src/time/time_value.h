@@ -22,6 +22,8 @@
 // "Jan" to "Dec", indexed by tm_mon, and a null behind them.
 extern char const* const month_names[13];
 
+// 4-byte aligned, because the process table holds one at such a place.
+#pragma pack(push, 4)
 struct _qzTime {
   std::int64_t value;  // seconds since 1 January 1970 UTC; 0 means no time set
 
@@ -151,6 +153,7 @@ struct _qzTime {
   // `value`: 0 if there is no such month or one of the five numbers is none. Null counts as empty.
   long long fromStringCompileDate2(char const* date, char const* time);
 };
+#pragma pack(pop)
 
 // The same seconds in 32 bits: up to 7 February 2106. A plain record, without a constructor; its
 // members are those of _qzTime but for the width.
