@@ -44,6 +44,11 @@ auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text
   return read(text.units);
 }
 
+void appendDigits(text_slot<char> text, unit_run<char> digits) { append(text, digits); }
+void appendDigits(text_slot<unsigned short> text, unit_run<char> digits) {
+  appendWidenedWithZeros(text, digits);
+}
+
 bool isSignedWidth(int bits) { return bits == 8 || bits == 16 || bits == 32; }
 
 long long withSign(unsigned value, int bits) {
@@ -67,9 +72,12 @@ void appendDecimal(text_slot<Unit> text, Number value) {
     }
   }
   decimal_text const digits(value);
-  Unit lent[sizeof digits.text];
-  append(text,
-         unit_run<Unit>{unit_rules<Unit>::spell(digits.text, digits.count, lent), digits.count});
+  appendDigits(text, {digits.text, digits.count});
+}
+
+template <class Unit>
+void appendDecimalColumn(text_slot<Unit> text, long long value, int width) {
+  appendColumnInRoom(text, decimal_text(value).text, width);
 }
 
 void appendDecimalPadded(text_slot<char> text, long long value, int minDigits) {
@@ -78,7 +86,18 @@ void appendDecimalPadded(text_slot<char> text, long long value, int minDigits) {
   append(text, unit_run<char>{digits.text, digits.count});
 }
 
-void appendHex(text_slot<char> text, unsigned value, int minDigits, int mostKept) {
+void appendDecimalPadded(text_slot<unsigned short> text, long long value, int minDigits) {
+  decimal_text const digits(value);
+  char padded[kMostDigits];
+  int const zeros = std::clamp(minDigits - digits.count, 0, kMostDigits);
+  int const shown = std::min(digits.count, kMostDigits - zeros);
+  std::fill_n(padded, zeros, '0');
+  std::copy_n(digits.text, shown, padded + zeros);
+  appendWidenedWithZeros(text, unit_run<char>{padded, zeros + shown});
+}
+
+void appendHex(text_slot<char> text, int number, int minDigits, int mostKept) {
+  auto const value = static_cast<unsigned>(number);
   int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
   int const fitting = std::min(digits, text.capacity);
   int const kept = std::min(fitting, mostKept);
@@ -99,9 +118,21 @@ bool isNumber(unit_run<Unit> text) {
   return true;
 }
 
-int toInt(unit_run<char> text, bool* ok) { return readChecked(text, ok, std::atoi); }
+int toInt(text_view<char> text, bool* ok) { return readChecked(text.run(), ok, std::atoi); }
 
-long long toInt64(unit_run<char> text, bool* ok) { return readChecked(text, ok, std::atoll); }
+int toInt(text_view<unsigned short> text, bool* ok) {
+  if (ok != nullptr) {
+    *ok = isNumber(text.run());
+    if (!*ok) return 0;
+  }
+  char digits[250];
+  narrowInto(digits, sizeof digits - 1, text);
+  return std::atoi(digits);
+}
+
+long long toInt64(text_view<char> text, bool* ok) {
+  return readChecked(text.run(), ok, std::atoll);
+}
 
 long long toIntFromHex(text_slot<char> text, char* copy, int bits, bool signedValue, bool consume,
                        bool* ok) {
@@ -126,5 +157,7 @@ template void appendDecimal(text_slot<unsigned short>, long long);
 template void appendDecimal(text_slot<unsigned short>, unsigned long long);
 template bool isNumber(unit_run<char>);
 template bool isNumber(unit_run<unsigned short>);
+template void appendDecimalColumn(text_slot<char>, long long, int);
+template void appendDecimalColumn(text_slot<unsigned short>, long long, int);
 
 }  // namespace qz::detail

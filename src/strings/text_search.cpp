@@ -28,8 +28,8 @@ auto folded(Unit unit) {
   };
 }
 
-template <class Unit, class FoldText, class FoldNeedle>
-bool spanMatches(Unit const* span, unit_run<Unit> needle, FoldText foldText,
+template <class Unit, class Other, class FoldText, class FoldNeedle>
+bool spanMatches(Unit const* span, unit_run<Other> needle, FoldText foldText,
                  FoldNeedle foldNeedle) {
   return sameCount(span, needle.units, needle.count, foldText, foldNeedle) == needle.count;
 }
@@ -45,8 +45,8 @@ bool spanMatches(Unit const* span, unit_run<Unit> needle, as_it_is, as_it_is) {
 //
 // A rolling sum over the span under test stands in front of the comparison, so that most positions
 // cost one addition. It is only a filter; the answer is the first match in the ordinary sense.
-template <class Unit, class FoldText, class FoldNeedle>
-int filteredFind(unit_run<Unit> text, unit_run<Unit> needle, int start, FoldText foldText,
+template <class Unit, class Other, class FoldText, class FoldNeedle>
+int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldText foldText,
                  FoldNeedle foldNeedle) {
   int const last = text.count - needle.count;
   if (needle.count == 0 || start > last) return -1;
@@ -58,7 +58,7 @@ int filteredFind(unit_run<Unit> text, unit_run<Unit> needle, int start, FoldText
   int wanted = 0;
   int sum = 0;
   for (int i = 0; i < needle.count; ++i) {
-    wanted += unit_rules<Unit>::weight(foldNeedle(needle.units[i]));
+    wanted += unit_rules<Unit>::weight(foldNeedle(unitOf<Unit>(needle.units[i])));
     sum += weigh(position + i);
   }
   auto const matchesAt = [&](int i) {
@@ -109,22 +109,55 @@ int find(unit_run<Unit> text, unit_run<Unit> needle, int start) {
 }
 
 template <class Unit>
+int find(text_view<Unit> text, text_view<Unit> needle, int start) {
+  return find(text.run(), needle.run(), start);
+}
+
+template <class Unit>
+int find(text_view<Unit> text, char const* needle) {
+  auto const cut = cutText(needle, text.capacity);
+  return filteredFind(text.run(), cut, 0, as_it_is{}, as_it_is{});
+}
+
+template <class Unit>
+int find(text_view<Unit> text, char const* needle, int count) {
+  unit_run<char> const cut{needle, cutCount(count, text.capacity)};
+  return filteredFind(text.run(), cut, 0, as_it_is{}, as_it_is{});
+}
+
+template <class Unit>
 int findFolded(unit_run<Unit> text, unit_run<Unit> needle, int start) {
   return filteredFind(text, needle, start, to_upper{}, to_upper{});
 }
 
 template <class Unit>
-int findUpperInput(unit_run<Unit> text, unit_run<Unit> needle, int start) {
-  return filteredFind(text, needle, start, to_upper{}, as_it_is{});
+int findFolded(text_view<Unit> text, text_view<Unit> needle, int start) {
+  return findFolded(text.run(), needle.run(), start);
 }
 
 template <class Unit>
-int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, int candidateCount,
+int findFolded(text_view<Unit> text, char const* needle) {
+  return filteredFind(text.run(), cutText(needle, text.capacity), 0, to_upper{}, to_upper{});
+}
+
+template <class Unit>
+int findUpperInput(text_view<Unit> text, text_view<Unit> needle) {
+  return filteredFind(text.run(), needle.run(), 0, to_upper{}, as_it_is{});
+}
+
+template <class Unit>
+int findUpperInput(text_view<Unit> text, char const* needle) {
+  return filteredFind(text.run(), cutText(needle, text.capacity), 0, to_upper{}, as_it_is{});
+}
+
+template <class Unit>
+int findFirstCandidate(text_view<Unit> text, Unit const* const* candidates, int candidateCount,
                        int* which) {
   int held = -1;
   if (which != nullptr) *which = -1;
   for (int i = 0; i < candidateCount; ++i) {
-    int const position = findFolded(text.run(), candidates[i], 0);
+    text_view<Unit> const candidate{candidates[i], text.lengthOffset, text.capacity};
+    int const position = findFolded(text, candidate, 0);
     if (position < 0) continue;
     // Required: a later candidate wins over an earlier one even where it stands further right.
     held = position;
@@ -135,25 +168,33 @@ int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, i
 }
 
 template <class Unit>
-int countUnit(text_view<Unit> text, Unit unit) {
-  return static_cast<int>(std::count_if(text.units, text.units + text.used(), exactly(unit)));
+int countUnit(text_view<Unit> text, char unit) {
+  return static_cast<int>(std::count_if(text.units, text.units + text.used(),
+                                        exactly(unit_rules<Unit>::widened(unit))));
 }
 
 template <class Unit>
-int countUnitFolded(text_view<Unit> text, Unit unit) {
-  return static_cast<int>(std::count_if(text.units, text.units + text.used(), folded(unit)));
+int countUnitFolded(text_view<Unit> text, char unit) {
+  return static_cast<int>(
+      std::count_if(text.units, text.units + text.used(), folded(unit_rules<Unit>::widened(unit))));
 }
 
-#define QZ_INSTANTIATE(Unit)                                                          \
-  template int findUnit(text_view<Unit>, Unit, int);                                  \
-  template int findUnitFolded(text_view<Unit>, Unit, int);                            \
-  template int findLastUnit(text_view<Unit>, Unit, int);                              \
-  template int find(unit_run<Unit>, unit_run<Unit>, int);                             \
-  template int findFolded(unit_run<Unit>, unit_run<Unit>, int);                       \
-  template int findUpperInput(unit_run<Unit>, unit_run<Unit>, int);                   \
-  template int findFirstCandidate(text_view<Unit>, unit_run<Unit> const*, int, int*); \
-  template int countUnit(text_view<Unit>, Unit);                                      \
-  template int countUnitFolded(text_view<Unit>, Unit)
+#define QZ_INSTANTIATE(Unit)                                                       \
+  template int findUnit(text_view<Unit>, Unit, int);                               \
+  template int findUnitFolded(text_view<Unit>, Unit, int);                         \
+  template int findLastUnit(text_view<Unit>, Unit, int);                           \
+  template int find(unit_run<Unit>, unit_run<Unit>, int);                          \
+  template int find(text_view<Unit>, text_view<Unit>, int);                        \
+  template int find(text_view<Unit>, char const*);                                 \
+  template int find(text_view<Unit>, char const*, int);                            \
+  template int findFolded(unit_run<Unit>, unit_run<Unit>, int);                    \
+  template int findFolded(text_view<Unit>, text_view<Unit>, int);                  \
+  template int findFolded(text_view<Unit>, char const*);                           \
+  template int findUpperInput(text_view<Unit>, text_view<Unit>);                   \
+  template int findUpperInput(text_view<Unit>, char const*);                       \
+  template int findFirstCandidate(text_view<Unit>, Unit const* const*, int, int*); \
+  template int countUnit(text_view<Unit>, char);                                   \
+  template int countUnitFolded(text_view<Unit>, char)
 
 QZ_INSTANTIATE(char);
 QZ_INSTANTIATE(unsigned short);

@@ -5,6 +5,7 @@
 #define QZ_STRINGS_UNIT_FOLDS_H_
 
 #include <cstring>
+#include <type_traits>
 
 #include "strings/unit_rules.h"
 
@@ -33,17 +34,27 @@ struct to_lower {
 
 inline constexpr int kFoldBlock = 16;
 
-template <int Size, class Unit, class FoldA, class FoldB>
-bool sameBlock(Unit const* a, Unit const* b, FoldA foldA, FoldB foldB) {
+// A unit of another text, as one of this text's.
+template <class Unit>
+constexpr Unit unitOf(Unit unit) {
+  return unit;
+}
+template <class Unit>
+requires(!std::is_same_v<Unit, char>) constexpr Unit unitOf(char c) {
+  return unit_rules<Unit>::widened(c);
+}
+
+template <int Size, class Unit, class Other, class FoldA, class FoldB>
+bool sameBlock(Unit const* a, Other const* b, FoldA foldA, FoldB foldB) {
   Unit difference = 0;
   for (int i = 0; i < Size; ++i)
-    difference = static_cast<Unit>(difference | (foldA(a[i]) ^ foldB(b[i])));
+    difference = static_cast<Unit>(difference | (foldA(a[i]) ^ foldB(unitOf<Unit>(b[i]))));
   return difference == 0;
 }
 
 // Returns how many units at the front are the same, each side folded by its own function.
-template <class Unit, class FoldA, class FoldB>
-int sameCount(Unit const* a, Unit const* b, int count, FoldA foldA, FoldB foldB) {
+template <class Unit, class Other, class FoldA, class FoldB>
+int sameCount(Unit const* a, Other const* b, int count, FoldA foldA, FoldB foldB) {
   constexpr int kLong = 4 * kFoldBlock;
   int i = 0;
   if (count >= kFoldBlock) {
@@ -53,7 +64,7 @@ int sameCount(Unit const* a, Unit const* b, int count, FoldA foldA, FoldB foldB)
     // The last block overlaps the one before, which spares going through the rest one by one.
     if (i >= last && sameBlock<kFoldBlock>(a + last, b + last, foldA, foldB)) return count;
   }
-  while (i < count && foldA(a[i]) == foldB(b[i])) ++i;
+  while (i < count && foldA(a[i]) == foldB(unitOf<Unit>(b[i]))) ++i;
   return i;
 }
 
