@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 namespace qz::detail {
@@ -43,6 +45,23 @@ auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text
   }
   return read(text.units);
 }
+
+// All eight capital digits.
+struct hex_text {
+  char text[8];
+
+  explicit hex_text(unsigned value) {
+    // Spreads the digits over eight bytes, and then makes characters of all of them at once.
+    std::uint64_t bytes = value;
+    bytes = (bytes << 16 | bytes) & 0x0000FFFF0000FFFF;
+    bytes = (bytes << 8 | bytes) & 0x00FF00FF00FF00FF;
+    bytes = (bytes << 4 | bytes) & 0x0F0F0F0F0F0F0F0F;
+    auto const letters = (bytes + 0x0606060606060606) >> 4 & 0x0101010101010101;
+    bytes += 0x3030303030303030 + letters * ('A' - '9' - 1);
+    bytes = __builtin_bswap64(bytes);  // the first digit to the first byte
+    std::memcpy(text, &bytes, sizeof text);
+  }
+};
 
 void appendDigits(text_slot<char> text, unit_run<char> digits) { append(text, digits); }
 void appendDigits(text_slot<unsigned short> text, unit_run<char> digits) {
@@ -101,12 +120,8 @@ void appendHex(text_slot<char> text, int number, int minDigits, int mostKept) {
   int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
   int const fitting = std::min(digits, text.capacity);
   int const kept = std::min(fitting, mostKept);
-  int const start = text.used();
-  int const count = std::min(kept, text.capacity - start);
-  auto rest = static_cast<unsigned long long>(value) >> 4 * (digits - fitting + kept - count);
-  for (int i = start + count; i-- > start; rest >>= 4)
-    text.units[i] = "0123456789ABCDEF"[rest & 0xF];
-  text.setUsedAndEnd(start + count);
+  hex_text const all(value);
+  append(text, unit_run<char>{all.text + 8 - digits + fitting - kept, kept});
 }
 
 template <class Unit>

@@ -8,7 +8,7 @@ namespace {
 
 template <class Unit, class Other>
 bool sameUnitsFolded(Unit const* a, Other const* b, int count) {
-  return sameCount(a, b, count, to_upper{}, to_upper{}) == count;
+  return allSame(a, b, count, to_upper{}, to_upper{});
 }
 
 // An empty text, null among them, is never a part.
@@ -43,7 +43,7 @@ bool equalOnceFolded(text_view<Unit> a, text_view<Unit> b, Fold fold) {
   if (a.lengthField() != b.lengthField()) return false;
   int const count = a.used();
   if (count == 0) return a.units[0] == b.units[0];
-  return sameCount(a.units, b.units, count, fold, as_it_is{}) == count;
+  return allSame(a.units, b.units, count, fold, as_it_is{});
 }
 
 }  // namespace
@@ -110,7 +110,7 @@ template <class Unit>
 bool beginsWith(text_view<Unit> text, char const* prefix) {
   auto const part = cutText(prefix, text.capacity);
   return fitsInto(text.run(), part) &&
-         sameCount(text.units, part.units, part.count, as_it_is{}, as_it_is{}) == part.count;
+         allSame(text.units, part.units, part.count, as_it_is{}, as_it_is{});
 }
 
 bool beginsWithWhole(text_view<char> text, char const* prefix) {
