@@ -11,12 +11,16 @@
 #include <cstddef>
 #include <vector>
 
-// Tells the compiler that the value may be read and changed from outside, here and at every later
+// Tells the compiler that the values may be read and changed from outside, here and at every later
 // call for anything. Meant for inputs before the race and for results in it.
 template <class Value>
-inline void seen(Value& value) {
+inline void reachable(Value& value) {
   auto* place = &value;
   benchmark::DoNotOptimize(place);
+}
+template <class... Values>
+inline void seen(Values&... values) {
+  (reachable(values), ...);
   benchmark::ClobberMemory();
 }
 

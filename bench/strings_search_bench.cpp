@@ -73,8 +73,7 @@ void raceFolded(benchmark::State& state, place where) {
   search_input<N> input(where);
   std::string needle = "sHADOW";
   _qzString8_allSize<N> ourNeedle(needle.c_str());
-  seen(needle);
-  seen(ourNeedle);
+  seen(needle, ourNeedle);
   race(
       state,
       [&] {

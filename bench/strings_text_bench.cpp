@@ -185,9 +185,7 @@ void copyOf12(benchmark::State& state) {
   std::string standard = wordsOf(12);
   string8<N> ours(standard.c_str());
   boost_string<N> fixed(standard.c_str());
-  seen(ours);
-  seen(standard);
-  seen(fixed);
+  seen(ours, standard, fixed);
   race(
       state,
       [&] {
@@ -215,14 +213,7 @@ void equality(benchmark::State& state) {
   boost_string<N> fixed(source.c_str()), fixedOther = fixed;
   std::string standard = source, standardOther = source;
   std::string_view view = standard, viewOther = standardOther;
-  seen(ours);
-  seen(ourOther);
-  seen(fixed);
-  seen(fixedOther);
-  seen(standard);
-  seen(standardOther);
-  seen(view);
-  seen(viewOther);
+  seen(ours, ourOther, fixed, fixedOther, standard, standardOther, view, viewOther);
   race(
       state,
       [&] {
@@ -315,9 +306,7 @@ void trimEnds(benchmark::State& state) {
   std::string standard = " \t " + wordsOf(N - 6) + "  \n";
   string8<N> ours(standard.c_str());
   boost_string<N> fixed(standard.c_str());
-  seen(standard);
-  seen(ours);
-  seen(fixed);
+  seen(standard, ours, fixed);
   race(
       state,
       [&] {
@@ -429,8 +418,7 @@ void split(benchmark::State& state) {
   std::string standard = wordsOf(N);
   std::replace(standard.begin(), standard.end(), ' ', ',');
   string8<N> ours(standard.c_str());
-  seen(standard);
-  seen(ours);
+  seen(standard, ours);
   race(
       state,
       [&] {
@@ -487,8 +475,7 @@ template <int N>
 void widen(benchmark::State& state) {
   std::string standard = wordsOf(N);
   char const* text = standard.c_str();
-  seen(text);
-  seen(standard);
+  seen(text, standard);
   race(
       state,
       [&] {
@@ -516,8 +503,7 @@ void narrow(benchmark::State& state) {
   std::string const narrowText = wordsOf(N);
   std::u16string standard(narrowText.begin(), narrowText.end());
   _qzString<N> ours(narrowText.c_str());
-  seen(standard);
-  seen(ours);
+  seen(standard, ours);
   race(
       state,
       [&] {

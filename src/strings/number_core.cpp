@@ -46,9 +46,11 @@ auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text
   return read(text.units);
 }
 
-// All eight capital digits.
+constexpr int kAllHexDigits = 8;
+
+// All capital digits.
 struct hex_text {
-  char text[8];
+  char text[kAllHexDigits];
 
   explicit hex_text(unsigned value) {
     // Spreads the digits over eight bytes, and then makes characters of all of them at once.
@@ -121,7 +123,14 @@ void appendHex(text_slot<char> text, int number, int minDigits, int mostKept) {
   int const fitting = std::min(digits, text.capacity);
   int const kept = std::min(fitting, mostKept);
   hex_text const all(value);
-  append(text, unit_run<char>{all.text + 8 - digits + fitting - kept, kept});
+  int const start = text.used();
+  int const count = std::min(kept, text.capacity - start);
+  char const* const shown = all.text + kAllHexDigits - digits + fitting - kept;
+  if (count == kAllHexDigits)  // by far the most, and a single store
+    std::memcpy(text.units + start, shown, kAllHexDigits);
+  else
+    copyUnits(text.units + start, shown, count);
+  text.setUsedAndEnd(start + count);
 }
 
 template <class Unit>
