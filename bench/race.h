@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
 // Tells the compiler that the values may be read and changed from outside, here and at every later
@@ -24,6 +25,7 @@ inline void seen(Values&... values) {
   benchmark::ClobberMemory();
 }
 
+// What the action returns is seen.
 template <class Action>
 struct contestant {
   char const* name;
@@ -32,7 +34,14 @@ struct contestant {
 
   double nanosecondsOf(int times) {
     auto const start = std::chrono::steady_clock::now();
-    for (int i = 0; i < times; ++i) run();
+    for (int i = 0; i < times; ++i) {
+      if constexpr (std::is_void_v<decltype(run())>) {
+        run();
+      } else {
+        auto result = run();
+        seen(result);
+      }
+    }
     return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start)
         .count();
   }
