@@ -29,10 +29,11 @@ struct unit_run {
   int count;
 };
 
-// The place of the length is kept as its distance from the units: a slot with a pointer in its place
-// would have three words, which pass in memory, and that stalled every call by some 15 ns. The way
-// from the units to the length is defined well enough: both are fields of one standard-layout
-// object, and slotOf and viewOf come to the units through the bytes of that whole object.
+// The place of the length is kept as its distance from the units: a slot with a pointer in its
+// place would have three words, which pass in memory, and that stalled every call by some 15 ns.
+// The way from the units to the length is defined well enough: both are fields of one
+// standard-layout object, and slotOf and viewOf come to the units through the bytes of that whole
+// object.
 template <class Unit>
 struct text_view {
   Unit const* units;
