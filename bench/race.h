@@ -9,17 +9,23 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
-// Tells the compiler that the value may be read and changed from outside, here and at every later
+// Tells the compiler that the values may be read and changed from outside, here and at every later
 // call for anything. Meant for inputs before the race and for results in it.
 template <class Value>
-inline void seen(Value& value) {
+inline void reachable(Value& value) {
   auto* place = &value;
   benchmark::DoNotOptimize(place);
+}
+template <class... Values>
+inline void seen(Values&... values) {
+  (reachable(values), ...);
   benchmark::ClobberMemory();
 }
 
+// What the action returns is seen.
 template <class Action>
 struct contestant {
   char const* name;
@@ -28,7 +34,14 @@ struct contestant {
 
   double nanosecondsOf(int times) {
     auto const start = std::chrono::steady_clock::now();
-    for (int i = 0; i < times; ++i) run();
+    for (int i = 0; i < times; ++i) {
+      if constexpr (std::is_void_v<decltype(run())>) {
+        run();
+      } else {
+        auto result = run();
+        seen(result);
+      }
+    }
     return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start)
         .count();
   }

@@ -20,45 +20,56 @@ struct buffer {
   char text[251] = "frame";
   int used = 5;
   char* end() { return text + sizeof text; }
+  void print(char const* format, int number) {
+    used = 5 + std::snprintf(text + 5, sizeof text - 5, format, number);
+  }
+};
+
+// What a number is appended to.
+struct targets {
+  string8 ours = "frame";
+  std::string standard = "frame", abseil = "frame";
+  buffer plain, printed;
+
+  targets() {
+    standard.reserve(50);
+    abseil.reserve(50);
+  }
 };
 
 void raceDecimal(benchmark::State& state, int number) {
-  string8 ours("frame");
-  std::string standard = "frame", abseil = standard;
-  standard.reserve(50);
-  abseil.reserve(50);
-  buffer plain, printed;
+  targets target;
   seen(number);
   race(
       state,
       [&] {
-        ours.length = 5;
-        ours.addNr(number);
-        seen(ours);
+        target.ours.length = 5;
+        target.ours.addNr(number);
+        seen(target.ours);
       },
       contestant{"to_chars",
                  [&] {
-                   char* const end = std::to_chars(plain.text + 5, plain.end() - 1, number).ptr;
+                   char* const end =
+                       std::to_chars(target.plain.text + 5, target.plain.end() - 1, number).ptr;
                    *end = 0;
-                   plain.used = static_cast<int>(end - plain.text);
-                   seen(plain);
+                   target.plain.used = static_cast<int>(end - target.plain.text);
+                   seen(target.plain);
                  }},
       contestant{"to_string",
                  [&] {
-                   standard.resize(5);
-                   standard += std::to_string(number);
-                   seen(standard);
+                   target.standard.resize(5);
+                   target.standard += std::to_string(number);
+                   seen(target.standard);
                  }},
       contestant{"absl",
                  [&] {
-                   abseil.resize(5);
-                   absl::StrAppend(&abseil, number);
-                   seen(abseil);
+                   target.abseil.resize(5);
+                   absl::StrAppend(&target.abseil, number);
+                   seen(target.abseil);
                  }},
       contestant{"snprintf", [&] {
-                   printed.used =
-                       5 + std::snprintf(printed.text + 5, sizeof printed.text - 5, "%d", number);
-                   seen(printed);
+                   target.printed.print("%d", number);
+                   seen(target.printed);
                  }});
 }
 void addNrOf2(benchmark::State& state) { raceDecimal(state, 42); }
@@ -68,23 +79,20 @@ BENCHMARK(addNrOf8)->Apply(inTurns);
 
 void addHexCode(benchmark::State& state) {
   int number = 0x1A2B3C;
-  string8 ours("frame");
-  std::string abseil = "frame";
-  abseil.reserve(50);
-  buffer plain, printed;
+  targets target;
   seen(number);
   race(
       state,
       [&] {
-        ours.length = 5;
-        ours.addHexCode(number);
-        seen(ours);
+        target.ours.length = 5;
+        target.ours.addHexCode(number);
+        seen(target.ours);
       },
       contestant{"absl::Hex",
                  [&] {
-                   abseil.resize(5);
-                   absl::StrAppend(&abseil, absl::Hex(number, absl::kZeroPad8));
-                   seen(abseil);
+                   target.abseil.resize(5);
+                   absl::StrAppend(&target.abseil, absl::Hex(number, absl::kZeroPad8));
+                   seen(target.abseil);
                  }},
       contestant{"to_chars",  // digits in lower case
                  [&] {
@@ -92,16 +100,16 @@ void addHexCode(benchmark::State& state) {
                    auto const end =
                        std::to_chars(digits, digits + 8, static_cast<unsigned>(number), 16).ptr;
                    auto const count = end - digits;
-                   std::memset(plain.text + 5, '0', static_cast<std::size_t>(8 - count));
-                   std::memcpy(plain.text + 13 - count, digits, static_cast<std::size_t>(count));
-                   plain.text[13] = 0;
-                   plain.used = 13;
-                   seen(plain);
+                   std::memset(target.plain.text + 5, '0', static_cast<std::size_t>(8 - count));
+                   std::memcpy(target.plain.text + 13 - count, digits,
+                               static_cast<std::size_t>(count));
+                   target.plain.text[13] = 0;
+                   target.plain.used = 13;
+                   seen(target.plain);
                  }},
       contestant{"snprintf", [&] {
-                   printed.used = 5 + std::snprintf(printed.text + 5, sizeof printed.text - 5,
-                                                    "%08X", static_cast<unsigned>(number));
-                   seen(printed);
+                   target.printed.print("%08X", number);
+                   seen(target.printed);
                  }});
 }
 BENCHMARK(addHexCode)->Apply(inTurns);
@@ -109,15 +117,13 @@ BENCHMARK(addHexCode)->Apply(inTurns);
 void raceReading(benchmark::State& state, char const* text) {
   string8 ours(text);
   std::string standard(text);
-  seen(ours);
-  seen(standard);
+  seen(ours, standard);
   race(
       state,
       [&] {
         bool ok;
         int number = ours.toInt(&ok);
-        seen(ok);
-        seen(number);
+        seen(ok, number);
       },
       contestant{"from_chars",
                  [&] {
@@ -125,29 +131,25 @@ void raceReading(benchmark::State& state, char const* text) {
                    char const* const end = standard.data() + standard.size();
                    auto const read = std::from_chars(standard.data(), end, number);
                    bool ok = read.ec == std::errc() && read.ptr == end;
-                   seen(ok);
-                   seen(number);
+                   seen(ok, number);
                  }},
       contestant{"strtol",
                  [&] {
                    char* end;
                    auto number = std::strtol(standard.c_str(), &end, 10);
                    bool ok = *end == 0;
-                   seen(ok);
-                   seen(number);
+                   seen(ok, number);
                  }},
       contestant{"absl",
                  [&] {
                    int number;
                    bool ok = absl::SimpleAtoi(standard, &number);
-                   seen(ok);
-                   seen(number);
+                   seen(ok, number);
                  }},
       contestant{"boost", [&] {
                    int number;
                    bool ok = boost::conversion::try_lexical_convert(standard, number);
-                   seen(ok);
-                   seen(number);
+                   seen(ok, number);
                  }});
 }
 void toIntOf2(benchmark::State& state) { raceReading(state, "42"); }

@@ -38,21 +38,9 @@ void raceConstruction(benchmark::State& state, std::string const& source) {
   char const* text = source.c_str();
   seen(text);
   race(
-      state,
-      [&] {
-        string8<N> s(text);
-        seen(s);
-      },
-      contestant{"std::string",
-                 [&] {
-                   std::string s(text);
-                   seen(s);
-                 }},
-      contestant{"boost",
-                 [&] {
-                   boost_string<N> s(text);
-                   seen(s);
-                 }},
+      state, [&] { return string8<N>(text); },
+      contestant{"std::string", [&] { return std::string(text); }},
+      contestant{"boost", [&] { return boost_string<N>(text); }},
       contestant{"strncpy", [&] {
                    c_string<N> s;
                    std::strncpy(s.text, text, N);
@@ -185,24 +173,10 @@ void copyOf12(benchmark::State& state) {
   std::string standard = wordsOf(12);
   string8<N> ours(standard.c_str());
   boost_string<N> fixed(standard.c_str());
-  seen(ours);
-  seen(standard);
-  seen(fixed);
+  seen(ours, standard, fixed);
   race(
-      state,
-      [&] {
-        string8<N> s = ours;
-        seen(s);
-      },
-      contestant{"std::string",
-                 [&] {
-                   std::string s = standard;
-                   seen(s);
-                 }},
-      contestant{"boost", [&] {
-                   boost_string<N> s = fixed;
-                   seen(s);
-                 }});
+      state, [&] { return ours; }, contestant{"std::string", [&] { return standard; }},
+      contestant{"boost", [&] { return fixed; }});
 }
 QZ_RACE_TEXTS(copyOf12);
 
@@ -215,39 +189,14 @@ void equality(benchmark::State& state) {
   boost_string<N> fixed(source.c_str()), fixedOther = fixed;
   std::string standard = source, standardOther = source;
   std::string_view view = standard, viewOther = standardOther;
-  seen(ours);
-  seen(ourOther);
-  seen(fixed);
-  seen(fixedOther);
-  seen(standard);
-  seen(standardOther);
-  seen(view);
-  seen(viewOther);
+  seen(ours, ourOther, fixed, fixedOther, standard, standardOther, view, viewOther);
   race(
-      state,
-      [&] {
-        bool same = ours == ourOther;
-        seen(same);
-      },
-      contestant{"std::string",
-                 [&] {
-                   bool same = standard == standardOther;
-                   seen(same);
-                 }},
-      contestant{"string_view",
-                 [&] {
-                   bool same = view == viewOther;
-                   seen(same);
-                 }},
-      contestant{"boost",
-                 [&] {
-                   bool same = fixed == fixedOther;
-                   seen(same);
-                 }},
-      contestant{"strcmp", [&] {
-                   bool same = std::strcmp(standard.c_str(), standardOther.c_str()) == 0;
-                   seen(same);
-                 }});
+      state, [&] { return ours == ourOther; },
+      contestant{"std::string", [&] { return standard == standardOther; }},
+      contestant{"string_view", [&] { return view == viewOther; }},
+      contestant{"boost", [&] { return fixed == fixedOther; }},
+      contestant{"strcmp",
+                 [&] { return std::strcmp(standard.c_str(), standardOther.c_str()) == 0; }});
 }
 QZ_RACE_TEXTS(equality);
 
@@ -264,20 +213,11 @@ template <int N>
 void compareFolded(benchmark::State& state) {
   folded_pair<N> pair;
   race(
-      state,
-      [&] {
-        int order = pair.ours.compare(pair.ourOther);
-        seen(order);
-      },
+      state, [&] { return pair.ours.compare(pair.ourOther); },
       contestant{"strcasecmp",
-                 [&] {
-                   int order = strcasecmp(pair.standard.c_str(), pair.standardOther.c_str());
-                   seen(order);
-                 }},
+                 [&] { return strcasecmp(pair.standard.c_str(), pair.standardOther.c_str()); }},
       contestant{"boost", [&] {
-                   bool less =
-                       boost::algorithm::ilexicographical_compare(pair.fixed, pair.fixedOther);
-                   seen(less);
+                   return boost::algorithm::ilexicographical_compare(pair.fixed, pair.fixedOther);
                  }});
 }
 QZ_RACE_TEXTS(compareFolded);
@@ -286,25 +226,13 @@ template <int N>
 void equalityFolded(benchmark::State& state) {
   folded_pair<N> pair;
   race(
-      state,
-      [&] {
-        bool same = pair.ours.isEqual(pair.ourOther);
-        seen(same);
-      },
-      contestant{"strcasecmp",
-                 [&] {
-                   bool same = strcasecmp(pair.standard.c_str(), pair.standardOther.c_str()) == 0;
-                   seen(same);
-                 }},
-      contestant{"boost",
-                 [&] {
-                   bool same = boost::algorithm::iequals(pair.fixed, pair.fixedOther);
-                   seen(same);
-                 }},
-      contestant{"absl", [&] {
-                   bool same = absl::EqualsIgnoreCase(pair.standard, pair.standardOther);
-                   seen(same);
-                 }});
+      state, [&] { return pair.ours.isEqual(pair.ourOther); },
+      contestant{
+          "strcasecmp",
+          [&] { return strcasecmp(pair.standard.c_str(), pair.standardOther.c_str()) == 0; }},
+      contestant{"boost", [&] { return boost::algorithm::iequals(pair.fixed, pair.fixedOther); }},
+      contestant{"absl",
+                 [&] { return absl::EqualsIgnoreCase(pair.standard, pair.standardOther); }});
 }
 QZ_RACE_TEXTS(equalityFolded);
 
@@ -315,9 +243,7 @@ void trimEnds(benchmark::State& state) {
   std::string standard = " \t " + wordsOf(N - 6) + "  \n";
   string8<N> ours(standard.c_str());
   boost_string<N> fixed(standard.c_str());
-  seen(standard);
-  seen(ours);
-  seen(fixed);
+  seen(standard, ours, fixed);
   race(
       state,
       [&] {
@@ -383,10 +309,7 @@ void raceReplaceFolded(benchmark::State& state, char const* to) {
         seen(s);
       },
       contestant{"fold and find",
-                 [&] {
-                   std::string s = foldAndReplace(input.standard, input.from, input.to);
-                   seen(s);
-                 }},
+                 [&] { return foldAndReplace(input.standard, input.from, input.to); }},
       contestant{"boost", [&] {
                    std::string s = input.standard;
                    boost::algorithm::ireplace_all(s, input.from, input.to);
@@ -416,8 +339,7 @@ void replaceExact(benchmark::State& state) {
                    seen(s);
                  }},
       contestant{"absl", [&] {
-                   std::string s = absl::StrReplaceAll(input.standard, {{input.from, input.to}});
-                   seen(s);
+                   return absl::StrReplaceAll(input.standard, {{input.from, input.to}});
                  }});
 }
 BENCHMARK(replaceExact)->Apply(inTurns);
@@ -429,8 +351,7 @@ void split(benchmark::State& state) {
   std::string standard = wordsOf(N);
   std::replace(standard.begin(), standard.end(), ' ', ',');
   string8<N> ours(standard.c_str());
-  seen(standard);
-  seen(ours);
+  seen(standard, ours);
   race(
       state,
       [&] {
@@ -487,14 +408,9 @@ template <int N>
 void widen(benchmark::State& state) {
   std::string standard = wordsOf(N);
   char const* text = standard.c_str();
-  seen(text);
-  seen(standard);
+  seen(text, standard);
   race(
-      state,
-      [&] {
-        _qzString<N> s(text);
-        seen(s);
-      },
+      state, [&] { return _qzString<N>(text); },
       contestant{"u16string loop",
                  [&] {
                    std::u16string s;
@@ -502,10 +418,8 @@ void widen(benchmark::State& state) {
                    for (char const c : standard) s += static_cast<char16_t>(c);
                    seen(s);
                  }},
-      contestant{"u16string range", [&] {
-                   std::u16string s(standard.begin(), standard.end());
-                   seen(s);
-                 }});
+      contestant{"u16string range",
+                 [&] { return std::u16string(standard.begin(), standard.end()); }});
 }
 BENCHMARK_TEMPLATE(widen, 25)->Apply(inTurns);
 BENCHMARK_TEMPLATE(widen, 250)->Apply(inTurns);
@@ -516,14 +430,9 @@ void narrow(benchmark::State& state) {
   std::string const narrowText = wordsOf(N);
   std::u16string standard(narrowText.begin(), narrowText.end());
   _qzString<N> ours(narrowText.c_str());
-  seen(standard);
-  seen(ours);
+  seen(standard, ours);
   race(
-      state,
-      [&] {
-        auto s = ours.to_qzString8_250();
-        seen(s);
-      },
+      state, [&] { return ours.to_qzString8_250(); },
       contestant{"string loop",
                  [&] {
                    std::string s;

@@ -33,13 +33,9 @@ struct _qzString8_evenSize_old : qz::detail::string8_members<_qzString8_evenSize
   unsigned short length;
 
   _qzString8_evenSize_old() { this->clear(); }
-  _qzString8_evenSize_old(char const* text) {
-    this->clear();
-    if (text != nullptr) this->fill(text, std::strlen(text));
-  }
+  _qzString8_evenSize_old(char const* text) { assignTextAndZeros(slotOf(*this), text); }
   _qzString8_evenSize_old(char const* text, int count) {
-    this->clear();
-    this->fill(text, static_cast<std::size_t>(count));
+    assignCutAndZeros(slotOf(*this), text, static_cast<std::size_t>(count));
   }
   _qzString8_evenSize_old(_qzString8_evenSize_old const&) = default;
 
@@ -54,7 +50,7 @@ struct _qzString8_evenSize_old : qz::detail::string8_members<_qzString8_evenSize
     return equal(viewOf(*this), viewOf(other));
   }
   bool operator!=(_qzString8_evenSize_old const& other) const { return !(*this == other); }
-  bool operator==(char const* text) const { return this->equalsText(text); }
+  bool operator==(char const* text) const { return equalText(viewOf(*this), text); }
 };
 
 //   offset 0       data     N + 1 characters
@@ -70,13 +66,9 @@ struct _qzString8_UnevenSize_old : qz::detail::string8_members<_qzString8_Uneven
   unsigned short length;
 
   _qzString8_UnevenSize_old() { this->clear(); }
-  _qzString8_UnevenSize_old(char const* text) {
-    this->clear();
-    if (text != nullptr) this->fill(text, std::strlen(text));
-  }
+  _qzString8_UnevenSize_old(char const* text) { assignTextAndZeros(slotOf(*this), text); }
   _qzString8_UnevenSize_old(char const* text, int count) {
-    this->clear();
-    this->fill(text, static_cast<std::size_t>(count));
+    assignCutAndZeros(slotOf(*this), text, static_cast<std::size_t>(count));
   }
 
   using members::operator=;
@@ -85,7 +77,7 @@ struct _qzString8_UnevenSize_old : qz::detail::string8_members<_qzString8_Uneven
     return equal(viewOf(*this), viewOf(other));
   }
   bool operator!=(_qzString8_UnevenSize_old const& other) const { return !(*this == other); }
-  bool operator==(char const* text) const { return this->equalsText(text); }
+  bool operator==(char const* text) const { return equalText(viewOf(*this), text); }
 };
 
 //   offset 0        data       N + 1 units
@@ -106,20 +98,15 @@ struct _qzString_old : qz::detail::string16_members<_qzString_old<N>> {
   _qzString_old() : reserved(0) { this->clear(); }
   _qzString_old(std::nullptr_t) : _qzString_old() {}
   _qzString_old(_qzString_old const&) = default;
-  _qzString_old(char const* text) : _qzString_old() {
-    if (text != nullptr) assignWidenedWithSign(slotOf(*this), this->cutRun(text));
-  }
+  _qzString_old(char const* text) : _qzString_old() { assignWidenedWithSign(slotOf(*this), text); }
   _qzString_old(char const* text, int count) : _qzString_old() {
-    assignWidenedWithSign(slotOf(*this), {text, qz::detail::cutCount(count, N)});
+    assignWidenedWithSign(slotOf(*this),
+                          qz::detail::unit_run<char>{text, qz::detail::cutCount(count, N)});
   }
   _qzString_old(char const& c) : _qzString_old() { *this += c; }
-  _qzString_old(unsigned short const* units) {
-    this->clear();
-    if (units != nullptr) assign(slotOf(*this), this->runOf(units));
-  }
+  _qzString_old(unsigned short const* units) { assignTextAndZeros(slotOf(*this), units); }
   _qzString_old(unsigned short const* units, int count) {
-    this->clear();
-    assign(slotOf(*this), {units, qz::detail::cutCount(count, N)});
+    assignCutAndZeros(slotOf(*this), units, static_cast<std::size_t>(count));
   }
 
   using members::operator=;
@@ -145,20 +132,24 @@ struct _qzString_old : qz::detail::string16_members<_qzString_old<N>> {
 
 template <int N>
 _qzString8_allSize<N>::_qzString8_allSize(_qzString8_evenSize_old<N> const& old) {
-  takeOverAndEnd(old);
+  this->clear();
+  takeOverAndEnd(slotOf(*this), viewOf(old));
 }
 template <int N>
 _qzString8_allSize<N>::_qzString8_allSize(_qzString8_UnevenSize_old<N> const& old) {
-  takeOverAndEnd(old);
+  this->clear();
+  takeOverAndEnd(slotOf(*this), viewOf(old));
 }
 
 template <int N>
 _qzString8_allSize<N>& _qzString8_allSize<N>::operator=(_qzString8_evenSize_old<N> const& old) {
-  return takeOver(old);
+  takeOver(slotOf(*this), viewOf(old));
+  return *this;
 }
 template <int N>
 _qzString8_allSize<N>& _qzString8_allSize<N>::operator=(_qzString8_UnevenSize_old<N> const& old) {
-  return takeOver(old);
+  takeOver(slotOf(*this), viewOf(old));
+  return *this;
 }
 
 template <int N>
@@ -178,9 +169,7 @@ _qzString<N>::_qzString(_qzString_old<N> const& old) {
 
 template <int N>
 _qzString<N>& _qzString<N>::operator=(_qzString_old<N> const& old) {
-  length = old.length;
-  qz::detail::copyUnits(data, old.data, N);
-  if (length <= N) data[length] = 0;
+  takeOverAndEnd(slotOf(*this), viewOf(old));
   return *this;
 }
 

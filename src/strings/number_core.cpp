@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 namespace qz::detail {
@@ -44,6 +46,30 @@ auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text
   return read(text.units);
 }
 
+constexpr int kAllHexDigits = 8;
+
+// All capital digits.
+struct hex_text {
+  char text[kAllHexDigits];
+
+  explicit hex_text(unsigned value) {
+    // Spreads the digits over eight bytes, and then makes characters of all of them at once.
+    std::uint64_t bytes = value;
+    bytes = (bytes << 16 | bytes) & 0x0000FFFF0000FFFF;
+    bytes = (bytes << 8 | bytes) & 0x00FF00FF00FF00FF;
+    bytes = (bytes << 4 | bytes) & 0x0F0F0F0F0F0F0F0F;
+    auto const letters = (bytes + 0x0606060606060606) >> 4 & 0x0101010101010101;
+    bytes += 0x3030303030303030 + letters * ('A' - '9' - 1);
+    bytes = __builtin_bswap64(bytes);  // the first digit to the first byte
+    std::memcpy(text, &bytes, sizeof text);
+  }
+};
+
+void appendDigits(text_slot<char> text, unit_run<char> digits) { append(text, digits); }
+void appendDigits(text_slot<unsigned short> text, unit_run<char> digits) {
+  appendWidenedWithZeros(text, digits);
+}
+
 bool isSignedWidth(int bits) { return bits == 8 || bits == 16 || bits == 32; }
 
 long long withSign(unsigned value, int bits) {
@@ -67,9 +93,12 @@ void appendDecimal(text_slot<Unit> text, Number value) {
     }
   }
   decimal_text const digits(value);
-  Unit lent[sizeof digits.text];
-  append(text,
-         unit_run<Unit>{unit_rules<Unit>::spell(digits.text, digits.count, lent), digits.count});
+  appendDigits(text, {digits.text, digits.count});
+}
+
+template <class Unit>
+void appendDecimalColumn(text_slot<Unit> text, long long value, int width) {
+  appendColumnInRoom(text, decimal_text(value).text, width);
 }
 
 void appendDecimalPadded(text_slot<char> text, long long value, int minDigits) {
@@ -78,15 +107,29 @@ void appendDecimalPadded(text_slot<char> text, long long value, int minDigits) {
   append(text, unit_run<char>{digits.text, digits.count});
 }
 
-void appendHex(text_slot<char> text, unsigned value, int minDigits, int mostKept) {
+void appendDecimalPadded(text_slot<unsigned short> text, long long value, int minDigits) {
+  decimal_text const digits(value);
+  char padded[kMostDigits];
+  int const zeros = std::clamp(minDigits - digits.count, 0, kMostDigits);
+  int const shown = std::min(digits.count, kMostDigits - zeros);
+  std::fill_n(padded, zeros, '0');
+  std::copy_n(digits.text, shown, padded + zeros);
+  appendWidenedWithZeros(text, unit_run<char>{padded, zeros + shown});
+}
+
+void appendHex(text_slot<char> text, int number, int minDigits, int mostKept) {
+  auto const value = static_cast<unsigned>(number);
   int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
   int const fitting = std::min(digits, text.capacity);
   int const kept = std::min(fitting, mostKept);
+  hex_text const all(value);
   int const start = text.used();
   int const count = std::min(kept, text.capacity - start);
-  auto rest = static_cast<unsigned long long>(value) >> 4 * (digits - fitting + kept - count);
-  for (int i = start + count; i-- > start; rest >>= 4)
-    text.units[i] = "0123456789ABCDEF"[rest & 0xF];
+  char const* const shown = all.text + kAllHexDigits - digits + fitting - kept;
+  if (count == kAllHexDigits)  // by far the most, and a single store
+    std::memcpy(text.units + start, shown, kAllHexDigits);
+  else
+    copyUnits(text.units + start, shown, count);
   text.setUsedAndEnd(start + count);
 }
 
@@ -99,9 +142,21 @@ bool isNumber(unit_run<Unit> text) {
   return true;
 }
 
-int toInt(unit_run<char> text, bool* ok) { return readChecked(text, ok, std::atoi); }
+int toInt(text_view<char> text, bool* ok) { return readChecked(text.run(), ok, std::atoi); }
 
-long long toInt64(unit_run<char> text, bool* ok) { return readChecked(text, ok, std::atoll); }
+int toInt(text_view<unsigned short> text, bool* ok) {
+  if (ok != nullptr) {
+    *ok = isNumber(text.run());
+    if (!*ok) return 0;
+  }
+  char digits[250];
+  narrowInto(digits, sizeof digits - 1, text);
+  return std::atoi(digits);
+}
+
+long long toInt64(text_view<char> text, bool* ok) {
+  return readChecked(text.run(), ok, std::atoll);
+}
 
 long long toIntFromHex(text_slot<char> text, char* copy, int bits, bool signedValue, bool consume,
                        bool* ok) {
@@ -126,5 +181,7 @@ template void appendDecimal(text_slot<unsigned short>, long long);
 template void appendDecimal(text_slot<unsigned short>, unsigned long long);
 template bool isNumber(unit_run<char>);
 template bool isNumber(unit_run<unsigned short>);
+template void appendDecimalColumn(text_slot<char>, long long, int);
+template void appendDecimalColumn(text_slot<unsigned short>, long long, int);
 
 }  // namespace qz::detail

@@ -72,23 +72,18 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
   _qzString(std::nullptr_t) : _qzString() {}
   _qzString(_qzString const&) = default;
   // With sign. Null gives an empty string. The byte count is cut.
-  _qzString(char const* text) : _qzString() {
-    if (text != nullptr) assignWidenedWithSign(slotOf(*this), this->cutRun(text));
-  }
+  _qzString(char const* text) : _qzString() { assignWidenedWithSign(slotOf(*this), text); }
   // `count` bytes whatever they are, with sign; the count is cut. The pointer is not tested.
   _qzString(char const* text, int count) : _qzString() {
-    assignWidenedWithSign(slotOf(*this), {text, qz::detail::cutCount(count, N)});
+    assignWidenedWithSign(slotOf(*this),
+                          qz::detail::unit_run<char>{text, qz::detail::cutCount(count, N)});
   }
   _qzString(char const& c) : _qzString() { *this += c; }
   // Null gives an empty string.
-  _qzString(unsigned short const* units) {
-    this->clear();
-    if (units != nullptr) assign(slotOf(*this), this->runOf(units));
-  }
+  _qzString(unsigned short const* units) { assignTextAndZeros(slotOf(*this), units); }
   // `count` units whatever they are; the count is cut. The pointer is not tested.
   _qzString(unsigned short const* units, int count) {
-    this->clear();
-    assign(slotOf(*this), {units, qz::detail::cutCount(count, N)});
+    assignCutAndZeros(slotOf(*this), units, static_cast<std::size_t>(count));
   }
   // The caller guarantees that the source fits: nothing cuts, and a longer source is written past
   // the string. The pointer is not tested.
@@ -100,7 +95,8 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
   _qzString(_qzString8_Uni_pointer const* source) {
     this->clear();
     if (source != nullptr)
-      assignWidenedWithSign(slotOf(*this), {source->characters(), source->length});
+      assignWidenedWithSign(slotOf(*this),
+                            qz::detail::unit_run<char>{source->characters(), source->length});
   }
 
   // From the earlier layout of the same capacity, with strings/legacy.h included: its length,
@@ -117,7 +113,8 @@ struct _qzString : qz::detail::string16_members<_qzString<N>> {
   }
   // With sign. The size is cut.
   _qzString& operator=(std::string const& text) {
-    assignWidenedWithSign(slotOf(*this), {text.data(), qz::detail::cutCount(text.size(), N)});
+    assignWidenedWithSign(slotOf(*this), qz::detail::unit_run<char>{
+                                             text.data(), qz::detail::cutCount(text.size(), N)});
     return *this;
   }
   // Unlike that of the 8-bit form this assignment does not cut either: the caller guarantees that

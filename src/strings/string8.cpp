@@ -27,8 +27,5 @@ static_assert(haveString8Images<50, 75, 100, 125, 150, 200, 250, 500, 1000, 2000
 }  // namespace qz::detail
 
 int qzCharLen(unsigned short const* units) {
-  constexpr int kMost = 1024;
-  int count = 0;
-  while (count < kMost && units[count] != 0) ++count;
-  return count;
+  return qz::detail::unit_rules<unsigned short>::count(units);
 }

@@ -83,20 +83,16 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   _qzString8_allSize() { this->clear(); }
   _qzString8_allSize(std::nullptr_t) { this->clear(); }
   // Null gives an empty string. The byte count is cut.
-  _qzString8_allSize(char const* text) {
-    *this = text;
-    this->clearUnused();
-  }
+  _qzString8_allSize(char const* text) { assignTextAndZeros(slotOf(*this), text); }
   // `count` bytes whatever they are; the count is cut, so a negative one reads as a large one. The
   // pointer is not tested.
   _qzString8_allSize(char const* text, int count) {
-    this->fill(text, static_cast<std::size_t>(count));
-    this->clearUnused();
+    assignCutAndZeros(slotOf(*this), text, static_cast<std::size_t>(count));
   }
   // Keeps the low byte of each unit, of 1024 units at most (qzCharLen). Null gives an empty string.
   _qzString8_allSize(unsigned short const* wide) {
     this->clear();
-    if (wide != nullptr) assignNarrowed(slotOf(*this), {wide, qzCharLen(wide)});
+    assignNarrowed(slotOf(*this), wide);
   }
   // The caller guarantees that the source fits: this constructor, unlike the assignment, does not
   // cut, and a longer source is written past the string. The pointer is not tested.
@@ -116,11 +112,12 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
 
   using members::operator=;
   _qzString8_allSize& operator=(std::string const& text) {
-    return this->fill(text.data(), text.size());
+    assignCut(slotOf(*this), text.data(), text.size());
+    return *this;
   }
   // Cuts at N. The pointer is not tested.
   _qzString8_allSize& operator=(_qzString8_Uni_pointer const* source) {
-    assign(slotOf(*this), {source->characters(), source->length});
+    assign(slotOf(*this), qz::detail::unit_run<char>{source->characters(), source->length});
     return *this;
   }
   // As construction, but required: no terminator is written, and data[N] keeps what it held.
@@ -131,7 +128,7 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
     if (text == nullptr)
       length = 0;
     else
-      this->fill(text, static_cast<std::size_t>(count));
+      assignCut(slotOf(*this), text, static_cast<std::size_t>(count));
   }
 
   // --- appending ---
@@ -139,7 +136,7 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   using members::operator+=;
   // Appends the low byte of the unit.
   _qzString8_allSize& operator+=(unsigned short const& wideUnit) {
-    appendUnit(slotOf(*this), lowByte(wideUnit));
+    appendUnit(slotOf(*this), qz::detail::lowByte(wideUnit));
     return *this;
   }
 
@@ -167,21 +164,21 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // Appends capital hexadecimal digits, at least two for each byte of the value. A signed value is
   // widened with its sign first, so that short(-1) appends "FFFFFFFF"; of an 8-bit value only the
   // last two of the digits are appended that fit into N.
-  void addHexCode(signed char const& value) { addHex(value, 2, 2); }
-  void addHexCode(unsigned char const& value) { addHex(value, 2, 2); }
-  void addHexCode(short const& value) { addHex(value, 4, N); }
-  void addHexCode(unsigned short const& value) { addHex(value, 4, N); }
-  void addHexCode(int const& value) { addHex(value, 8, N); }
-  void addHexCode(unsigned int const& value) { addHex(static_cast<int>(value), 8, N); }
+  void addHexCode(signed char const& value) { appendHex(slotOf(*this), value, 2, 2); }
+  void addHexCode(unsigned char const& value) { appendHex(slotOf(*this), value, 2, 2); }
+  void addHexCode(short const& value) { appendHex(slotOf(*this), value, 4, N); }
+  void addHexCode(unsigned short const& value) { appendHex(slotOf(*this), value, 4, N); }
+  void addHexCode(int const& value) { appendHex(slotOf(*this), value, 8, N); }
+  void addHexCode(unsigned int const& value) {
+    appendHex(slotOf(*this), static_cast<int>(value), 8, N);
+  }
 
   // The number that the text begins with, as atoi(3) and atoll(3) read it. With `ok` the whole text
   // has to be digits with an optional minus sign in front, else `*ok` is false and the result 0;
   // an empty text and a lone minus sign are numbers and give 0. The number is read up to the first
   // zero byte: of a string that an edit left without a terminator it is what asChar() still shows.
-  int toInt(bool* ok = nullptr) const { return qz::detail::toInt(viewOf(*this).run(), ok); }
-  long long toInt64(bool* ok = nullptr) const {
-    return qz::detail::toInt64(viewOf(*this).run(), ok);
-  }
+  int toInt(bool* ok = nullptr) const { return qz::detail::toInt(viewOf(*this), ok); }
+  long long toInt64(bool* ok = nullptr) const { return qz::detail::toInt64(viewOf(*this), ok); }
   // Reads a field of `bits` / 4 hexadecimal digits from the front, and with `consume` removes it. A
   // signed field has 8, 16 or 32 bits; other widths and a text without a number make `*ok` false
   // and the result 0. An unsigned field has any width, and `*ok` becomes true whatever the text is.
@@ -200,7 +197,7 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   }
   bool operator!=(_qzString8_allSize const& other) const { return !(*this == other); }
   // Null is not equal to anything, an empty string included.
-  bool operator==(char const* text) const { return this->equalsText(text); }
+  bool operator==(char const* text) const { return equalText(viewOf(*this), text); }
   bool operator!=(char const* text) const { return !(*this == text); }
   // As with a new form made of it.
   bool operator==(_qzString8_evenSize_old<N> const& old) const;
@@ -212,12 +209,12 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // The low byte of the unit, exact, unlike the form for a character; a start outside the text
   // begins at the front.
   int indexOf(unsigned short const& wideUnit, int start = 0) const {
-    return this->indexOfCaseSen(lowByte(wideUnit), start);
+    return this->indexOfCaseSen(qz::detail::lowByte(wideUnit), start);
   }
   using members::lastIndexOf;
   // Exact; a start outside the text begins at the end.
   int lastIndexOf(unsigned short const& wideUnit, int start = -1) const {
-    return this->lastIndexOf(lowByte(wideUnit), start);
+    return this->lastIndexOf(qz::detail::lowByte(wideUnit), start);
   }
 
   // --- raw access ---
@@ -231,24 +228,6 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   // This string as a view without capacity. Belongs to the string.
   _qzString8_Uni_pointer const* asUni() const {
     return reinterpret_cast<_qzString8_Uni_pointer const*>(this);
-  }
-
- private:
-  template <class Old>
-  _qzString8_allSize& takeOver(Old const& old) {
-    length = old.length;
-    std::memcpy(data, old.data, N);
-    return *this;
-  }
-  template <class Old>
-  void takeOverAndEnd(Old const& old) {
-    this->clear();
-    takeOver(old);
-    if (length <= N) data[length] = 0;
-  }
-  static char lowByte(unsigned short wideUnit) { return static_cast<char>(wideUnit & 0xFF); }
-  void addHex(int value, int minDigits, int mostKept) {
-    appendHex(slotOf(*this), static_cast<unsigned>(value), minDigits, mostKept);
   }
 };
 

@@ -29,8 +29,11 @@ struct unit_run {
   int count;
 };
 
-// The place of the length is kept as its distance from the units, so that a slot and a view pass in
-// two registers.
+// The place of the length is kept as its distance from the units: a slot with a pointer in its
+// place would have three words, which pass in memory, and that stalled every call by some 15 ns.
+// The way from the units to the length is defined well enough: both are fields of one
+// standard-layout object, and slotOf and viewOf come to the units through the bytes of that whole
+// object.
 template <class Unit>
 struct text_view {
   Unit const* units;
@@ -65,29 +68,6 @@ struct text_slot {
   }
 };
 
-// The distance in bytes from one field of a string to another.
-inline int offsetOf(void const* field, void const* from) {
-  return static_cast<int>(static_cast<char const*>(field) - static_cast<char const*>(from));
-}
-
-// The units are reached from the string as a whole, not from its array: the length lies outside of
-// the array.
-template <class String>
-auto slotOf(String& string) {
-  using unit = typename String::unit;
-  auto* const object = reinterpret_cast<char*>(&string);
-  return text_slot<unit>{reinterpret_cast<unit*>(object + offsetOf(string.data, object)),
-                         offsetOf(&string.length, string.data), String::kCapacity};
-}
-
-template <class String>
-auto viewOf(String const& string) {
-  using unit = typename String::unit;
-  auto* const object = reinterpret_cast<char const*>(&string);
-  return text_view<unit>{reinterpret_cast<unit const*>(object + offsetOf(string.data, object)),
-                         offsetOf(&string.length, string.data), String::kCapacity};
-}
-
 // Source and target may overlap.
 template <class Unit>
 inline void copyUnits(Unit* to, Unit const* from, int count) {
@@ -109,6 +89,12 @@ constexpr int cutCount(int count, int capacity) {
   return cutCount(static_cast<std::size_t>(static_cast<unsigned short>(count)), capacity);
 }
 
+// The bytes up to the first zero byte, their count cut. Null counts as empty.
+inline unit_run<char> cutText(char const* text, int capacity) {
+  if (text == nullptr) return {"", 0};
+  return {text, cutCount(std::strlen(text), capacity)};
+}
+
 // --- filling (text_fill.cpp) ---
 
 // Length and all capacity + 1 units become zero.
@@ -120,32 +106,52 @@ void zeroUnused(text_slot<Unit> text);
 // Copies at most the capacity, and ends the text. The source may lie in the text itself.
 template <class Unit>
 void assign(text_slot<Unit> text, unit_run<Unit> source);
-// Keeps the low byte of each unit (text_width.cpp).
-void assignNarrowed(text_slot<char> text, unit_run<unsigned short> source);
-// As many low bytes as `room` allows, and a terminator behind them; gives their number.
-int narrowInto(char* buffer, int room, unit_run<unsigned short> source);
-// Each byte becomes a unit with its sign: 0xE4 becomes 0xFFE4.
-void assignWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source);
-void appendWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source);
-// Each byte becomes a unit with zeros: 0xE4 becomes 0x00E4.
-void assignWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source);
-void appendWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source);
+// The count is cut. The second form zeroes what the text does not fill.
+template <class Unit>
+void assignCut(text_slot<Unit> text, Unit const* source, std::size_t count);
+template <class Unit>
+void assignCutAndZeros(text_slot<Unit> text, Unit const* source, std::size_t count);
+// Up to the first zero unit, as unit_rules counts. Null: only the length becomes 0. The second form
+// zeroes what the text does not fill.
+template <class Unit>
+void assignText(text_slot<Unit> text, Unit const* source);
+template <class Unit>
+void assignTextAndZeros(text_slot<Unit> text, Unit const* source);
+// The length of `old`, untested, and capacity units; the second form ends a text that fits.
+template <class Unit>
+void takeOver(text_slot<Unit> text, text_view<Unit> old);
+template <class Unit>
+void takeOverAndEnd(text_slot<Unit> text, text_view<Unit> old);
 template <class Unit>
 void setLength(text_slot<Unit> text, short wanted);
 // The length becomes the place of the first zero unit, or the capacity.
 template <class Unit>
 void measure(text_slot<Unit> text);
+// `count` copies of `unit` into an empty string, the count cut; below 1 none.
+template <class Unit>
+void repeat(text_slot<Unit> text, Unit unit, int count);
 // Appends what fits and ends the text.
 template <class Unit>
 void append(text_slot<Unit> text, unit_run<Unit> source);
+template <class Unit>
+void append(text_slot<Unit> text, text_view<Unit> source);
+// Null and a count of 0 change nothing at all.
+template <class Unit>
+void append(text_slot<Unit> text, Unit const* source, unsigned count);
+// Up to the first zero unit, as unit_rules counts. Null changes nothing.
+template <class Unit>
+void appendText(text_slot<Unit> text, Unit const* source);
 // Appends unit by unit and reads the end of `source` again after each one, so that a string
 // appended to itself repeats until it is full.
 template <class Unit>
 void appendLive(text_slot<Unit> text, text_view<Unit> source);
-// Appends `source` in a column of `field` units: blanks behind it, or before it if `rightAligned`.
-// The text is cut at the room; the blanks are not.
+// Appends the low byte of each unit in a column of |width| units: blanks behind the text, or before
+// it if `width` is negative. The text is cut at the room; the blanks are not. Null counts as empty.
 template <class Unit>
-void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool rightAligned);
+void appendColumn(text_slot<Unit> text, Unit const* source, int width);
+// The same with bytes, and with the column limited to the room.
+template <class Unit>
+void appendColumnInRoom(text_slot<Unit> text, char const* source, int width);
 
 template <class Unit>
 inline void appendUnit(text_slot<Unit> text, Unit unit) {
@@ -154,6 +160,25 @@ inline void appendUnit(text_slot<Unit> text, Unit unit) {
   text.units[end] = unit;
   text.setUsedAndEnd(end + 1);
 }
+
+// --- between 8 and 16 bits (text_width.cpp) ---
+
+// Keeps the low byte of each unit, up to the first zero unit. Null changes nothing.
+void assignNarrowed(text_slot<char> text, unsigned short const* source);
+// As many low bytes as fit below the capacity, a terminator, and the length of `source` all the
+// same.
+void narrowKeepingLength(text_slot<char> text, text_view<unsigned short> source);
+// As many low bytes as `room` allows, and a terminator behind them.
+void narrowInto(char* buffer, int room, text_view<unsigned short> source);
+// Each byte becomes a unit with its sign: 0xE4 becomes 0xFFE4. Null changes nothing.
+void assignWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source);
+void assignWidenedWithSign(text_slot<unsigned short> text, char const* source);
+void appendWidenedWithSign(text_slot<unsigned short> text, char const* source);
+// Each byte becomes a unit with zeros: 0xE4 becomes 0x00E4. Null changes nothing.
+void assignWidenedWithZeros(text_slot<unsigned short> text, char const* source);
+void appendWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source);
+// An empty text changes nothing either.
+void appendWidenedWithZeros(text_slot<unsigned short> text, char const* source);
 
 // --- comparing (text_compare.cpp) ---
 
@@ -164,9 +189,12 @@ inline bool equal(text_view<Unit> a, text_view<Unit> b) {
          sameUnits(a.units, b.units, a.used());
 }
 template <class Unit>
-inline bool equal(text_view<Unit> a, unit_run<Unit> b) {
-  return a.lengthField() == b.count && sameUnits(a.units, b.units, a.used());
-}
+bool equal(text_view<Unit> a, unit_run<Unit> b);
+// With a bare pointer; null is not equal to anything. In 8 bits the first character counts.
+bool equalText(text_view<char> a, char const* b);
+// Exact over as many bytes as the text has units, which is the first half of it.
+bool equalHalf(text_view<unsigned short> a, unsigned short const* b);
+bool equalWithZeros(text_view<unsigned short> a, char const* b);
 template <class Unit>
 bool equalFolded(text_view<Unit> a, unit_run<Unit> b);
 // Folds `a` alone; `b` is expected in that case already.
@@ -181,15 +209,27 @@ template <class Unit>
 bool lessThan(text_view<Unit> a, text_view<Unit> b);
 template <class Unit>
 int compareFolded(text_view<Unit> a, text_view<Unit> b);
-template <class Unit>
-bool startsWith(unit_run<Unit> text, unit_run<Unit> prefix);
-template <class Unit>
-bool startsWithFolded(unit_run<Unit> text, unit_run<Unit> prefix);
-template <class Unit>
-bool endsWithFolded(unit_run<Unit> text, unit_run<Unit> suffix);
 
-// Exact against bytes that are widened with zeros.
-bool equalWithZeros(text_view<unsigned short> a, unit_run<char> b);
+// A prefix or a suffix that is empty or null is never there. A bare text is cut; the members tell
+// what its count means.
+template <class Unit>
+bool beginsWith(text_view<Unit> text, text_view<Unit> prefix);
+template <class Unit>
+bool beginsWith(text_view<Unit> text, char const* prefix);
+// Not cut: a text longer than the string is no prefix.
+bool beginsWithWhole(text_view<char> text, char const* prefix);
+template <class Unit>
+bool beginsWithFolded(text_view<Unit> text, text_view<Unit> prefix);
+template <class Unit>
+bool beginsWithFolded(text_view<Unit> text, char const* prefix);
+template <class Unit>
+bool beginsWithFolded(text_view<Unit> text, char const* prefix, int count);
+template <class Unit>
+bool endsWithFolded(text_view<Unit> text, text_view<Unit> suffix);
+template <class Unit>
+bool endsWithFolded(text_view<Unit> text, char const* suffix);
+template <class Unit>
+bool endsWithFolded(text_view<Unit> text, char const* suffix, int count);
 
 // --- searching (text_search.cpp); all give -1 for not found ---
 
@@ -204,17 +244,32 @@ int findLastUnit(text_view<Unit> text, Unit unit, int start);
 template <class Unit>
 int find(unit_run<Unit> text, unit_run<Unit> needle, int start);
 template <class Unit>
+int find(text_view<Unit> text, text_view<Unit> needle, int start);
+template <class Unit>
 int findFolded(unit_run<Unit> text, unit_run<Unit> needle, int start);
+template <class Unit>
+int findFolded(text_view<Unit> text, text_view<Unit> needle, int start);
 // Folds `text` alone; `needle` is expected in upper case already.
 template <class Unit>
-int findUpperInput(unit_run<Unit> text, unit_run<Unit> needle, int start);
+int findUpperInput(text_view<Unit> text, text_view<Unit> needle);
+// A bare text, cut; null is never found.
 template <class Unit>
-int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, int candidateCount,
+int find(text_view<Unit> text, char const* needle);
+template <class Unit>
+int findFolded(text_view<Unit> text, char const* needle);
+template <class Unit>
+int findUpperInput(text_view<Unit> text, char const* needle);
+// The first `count` bytes of `needle`, the count cut. The pointer is not tested.
+template <class Unit>
+int find(text_view<Unit> text, char const* needle, int count);
+// The candidates are the units of strings of the same form as `text`.
+template <class Unit>
+int findFirstCandidate(text_view<Unit> text, Unit const* const* candidates, int candidateCount,
                        int* which);
 template <class Unit>
-int countUnit(text_view<Unit> text, Unit unit);
+int countUnit(text_view<Unit> text, char unit);
 template <class Unit>
-int countUnitFolded(text_view<Unit> text, Unit unit);
+int countUnitFolded(text_view<Unit> text, char unit);
 
 // --- editing (text_edit.cpp) ---
 
@@ -244,10 +299,16 @@ void removeAllFolded(text_slot<Unit> text, text_view<Unit> needle);
 // Fills the empty string `piece` with `count` units of the array, whatever the length is.
 template <class Unit>
 void takeRange(text_view<Unit> text, int start, int count, text_slot<Unit> piece);
-// Fills the empty string `piece` with what stands before the first folded `unit`, and gives the
-// place of that unit, or -1 with `piece` left alone.
+// The same from the front, with no more than the length.
 template <class Unit>
-int takeLeft(text_view<Unit> text, Unit unit, bool keep, text_slot<Unit> piece);
+void takeFront(text_view<Unit> text, int count, text_slot<Unit> piece);
+// Fills the empty string `piece` with what stands before the first folded `unit`, or gives false
+// and leaves it alone.
+template <class Unit>
+bool takeLeft(text_view<Unit> text, Unit unit, bool keep, text_slot<Unit> piece);
+// The same, with the whole of the string without a `unit`, and takes that away from the text.
+template <class Unit>
+void cutLeft(text_slot<Unit> text, Unit unit, bool keep, text_slot<Unit> piece);
 // Drops the first `count` units. With nothing left no terminator is written.
 template <class Unit>
 void dropFront(text_slot<Unit> text, int count);

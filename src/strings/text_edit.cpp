@@ -82,22 +82,33 @@ void replaceEach(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to,
   endEdit(text, out);
 }
 
-template <class Unit>
-struct empty_string {
-  using unit = Unit;
-  static constexpr int kCapacity = 0;
-  unsigned short length = 0;
-  Unit data[1] = {};
-};
-
 template <class Unit, class Find>
 void removeEach(text_slot<Unit> text, text_view<Unit> needle, Find findNext) {
-  replaceEach(text, needle, viewOf(empty_string<Unit>()), static_cast<Unit*>(nullptr), findNext);
+  text_view<Unit> const nothing{needle.units, needle.lengthOffset, 0};
+  replaceEach(text, needle, nothing, static_cast<Unit*>(nullptr), findNext);
 }
+
+constexpr auto exactly = [](auto text, auto needle, int start) {
+  return find(text, needle, start);
+};
+constexpr auto anyCase = [](auto text, auto needle, int start) {
+  return findFolded(text, needle, start);
+};
 
 template <class Unit>
 bool isTrimmed(Unit unit) {
   return unit == 0 || unit == '\t' || unit == '\n' || unit == '\r' || unit == ' ';
+}
+
+// Fills the empty string `piece` with what stands before the `unit` at `position`.
+template <class Unit>
+void takeBefore(text_view<Unit> text, int position, Unit unit, bool keep, text_slot<Unit> piece) {
+  if (position > 0) {
+    assign(piece, unit_run<Unit>{text.units, position + (keep ? 1 : 0)});
+  } else if (!keep) {
+    // Required: at position 0 the sense of `keep` is reversed, and the argument's own case counts.
+    assign(piece, unit_run<Unit>{&unit, 1});
+  }
 }
 
 }  // namespace
@@ -166,22 +177,22 @@ void replaceUnitFolded(text_slot<Unit> text, Unit from, Unit to) {
 
 template <class Unit>
 void replaceAll(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent) {
-  replaceEach(text, from, to, lent, find<Unit>);
+  replaceEach(text, from, to, lent, exactly);
 }
 
 template <class Unit>
 void replaceAllFolded(text_slot<Unit> text, text_view<Unit> from, text_view<Unit> to, Unit* lent) {
-  replaceEach(text, from, to, lent, findFolded<Unit>);
+  replaceEach(text, from, to, lent, anyCase);
 }
 
 template <class Unit>
 void removeAll(text_slot<Unit> text, text_view<Unit> needle) {
-  removeEach(text, needle, find<Unit>);
+  removeEach(text, needle, exactly);
 }
 
 template <class Unit>
 void removeAllFolded(text_slot<Unit> text, text_view<Unit> needle) {
-  removeEach(text, needle, findFolded<Unit>);
+  removeEach(text, needle, anyCase);
 }
 
 template <class Unit>
@@ -193,15 +204,27 @@ void takeRange(text_view<Unit> text, int start, int count, text_slot<Unit> piece
 }
 
 template <class Unit>
-int takeLeft(text_view<Unit> text, Unit unit, bool keep, text_slot<Unit> piece) {
+void takeFront(text_view<Unit> text, int count, text_slot<Unit> piece) {
+  takeRange(text, 0, std::min(count, text.used()), piece);
+}
+
+template <class Unit>
+bool takeLeft(text_view<Unit> text, Unit unit, bool keep, text_slot<Unit> piece) {
   int const position = findUnitFolded(text, unit, 0);
-  if (position > 0) {
-    assign(piece, unit_run<Unit>{text.units, position + (keep ? 1 : 0)});
-  } else if (position == 0 && !keep) {
-    // Required: at position 0 the sense of `keep` is reversed, and the argument's own case counts.
-    assign(piece, unit_run<Unit>{&unit, 1});
+  if (position >= 0) takeBefore(text, position, unit, keep, piece);
+  return position >= 0;
+}
+
+template <class Unit>
+void cutLeft(text_slot<Unit> text, Unit unit, bool keep, text_slot<Unit> piece) {
+  int const position = findUnitFolded(text.view(), unit, 0);
+  if (position < 0) {
+    piece.setUsed(text.lengthField());
+    copyUnits(piece.units, text.units, text.capacity + 1);
+    return zeroAll(text);
   }
-  return position;
+  takeBefore(text.view(), position, unit, keep, piece);
+  dropFront(text, position + 1);
 }
 
 template <class Unit>
@@ -222,7 +245,9 @@ void dropFront(text_slot<Unit> text, int count) {
   template void removeAll(text_slot<Unit>, text_view<Unit>);                                \
   template void removeAllFolded(text_slot<Unit>, text_view<Unit>);                          \
   template void takeRange(text_view<Unit>, int, int, text_slot<Unit>);                      \
-  template int takeLeft(text_view<Unit>, Unit, bool, text_slot<Unit>);                      \
+  template void takeFront(text_view<Unit>, int, text_slot<Unit>);                           \
+  template bool takeLeft(text_view<Unit>, Unit, bool, text_slot<Unit>);                     \
+  template void cutLeft(text_slot<Unit>, Unit, bool, text_slot<Unit>);                      \
   template void dropFront(text_slot<Unit>, int)
 
 QZ_INSTANTIATE(char);

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "strings/text_core.h"
+#include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
@@ -10,11 +11,29 @@ void zeroUnits(Unit* units, int count) {
   std::memset(units, 0, static_cast<std::size_t>(count) * sizeof(Unit));
 }
 
-template <class Unit>
-void fillBlanks(text_slot<Unit> text, int& end, int count) {
-  if (count <= 0) return;
-  std::fill_n(text.units + end, count, Unit{' '});
-  end += count;
+// What a column shows of its text: bytes with zeros in front, and of units the low byte.
+template <class Unit, class Source>
+void copyLowBytes(Unit* to, Source const* from, int count) {
+  changeUnits(from, to, count,
+              [](Source unit) { return static_cast<Unit>(static_cast<unsigned char>(unit)); });
+}
+void copyLowBytes(char* to, char const* from, int count) { copyUnits(to, from, count); }
+
+// A column of `field` units; with a negative width the blanks stand in front. Null counts as empty.
+template <class Unit, class Source>
+void putColumn(text_slot<Unit> text, Source const* source, int width, int field) {
+  Source const nothing = 0;
+  if (source == nullptr) source = &nothing;
+  int const count = unit_rules<Source>::count(source);
+  if (width == 0 && count == 0) return;
+  Unit* end = text.units + text.used();
+  int const shown = std::min(count, text.room());
+  int const blanks = std::max(field - shown, 0);
+  if (width < 0) end = std::fill_n(end, blanks, Unit{' '});
+  copyLowBytes(end, source, shown);
+  end += shown;
+  if (width >= 0) end = std::fill_n(end, blanks, Unit{' '});
+  text.setUsedAndEnd(static_cast<int>(end - text.units));
 }
 
 }  // namespace
@@ -38,6 +57,41 @@ void assign(text_slot<Unit> text, unit_run<Unit> source) {
 }
 
 template <class Unit>
+void assignCut(text_slot<Unit> text, Unit const* source, std::size_t count) {
+  assign(text, unit_run<Unit>{source, cutCount(count, text.capacity)});
+}
+
+template <class Unit>
+void assignCutAndZeros(text_slot<Unit> text, Unit const* source, std::size_t count) {
+  assignCut(text, source, count);
+  zeroUnused(text);
+}
+
+template <class Unit>
+void assignText(text_slot<Unit> text, Unit const* source) {
+  if (source == nullptr) return text.setUsed(0);
+  assign(text, unit_run<Unit>{source, unit_rules<Unit>::count(source)});
+}
+
+template <class Unit>
+void assignTextAndZeros(text_slot<Unit> text, Unit const* source) {
+  assignText(text, source);
+  zeroUnused(text);
+}
+
+template <class Unit>
+void takeOver(text_slot<Unit> text, text_view<Unit> old) {
+  text.setUsed(old.lengthField());
+  copyUnits(text.units, old.units, old.capacity);
+}
+
+template <class Unit>
+void takeOverAndEnd(text_slot<Unit> text, text_view<Unit> old) {
+  takeOver(text, old);
+  if (text.lengthField() <= text.capacity) text.units[text.lengthField()] = 0;
+}
+
+template <class Unit>
 void setLength(text_slot<Unit> text, short wanted) {
   text.setUsedAndEnd(std::clamp<int>(wanted, 0, text.capacity));
 }
@@ -49,11 +103,35 @@ void measure(text_slot<Unit> text) {
 }
 
 template <class Unit>
+void repeat(text_slot<Unit> text, Unit unit, int count) {
+  int const cut = count < 1 ? 0 : cutCount(count, text.capacity);
+  std::fill_n(text.units, cut, unit);
+  text.setUsed(cut);
+}
+
+template <class Unit>
 void append(text_slot<Unit> text, unit_run<Unit> source) {
   int const used = text.used();
   int const count = std::min(source.count, text.capacity - used);
   copyUnits(text.units + used, source.units, count);
   text.setUsedAndEnd(used + count);
+}
+
+template <class Unit>
+void append(text_slot<Unit> text, text_view<Unit> source) {
+  append(text, source.run());
+}
+
+template <class Unit>
+void append(text_slot<Unit> text, Unit const* source, unsigned count) {
+  if (source == nullptr || count == 0) return;
+  auto const capacity = static_cast<unsigned>(text.capacity);
+  append(text, unit_run<Unit>{source, static_cast<int>(std::min(count, capacity))});
+}
+
+template <class Unit>
+void appendText(text_slot<Unit> text, Unit const* source) {
+  if (source != nullptr) append(text, unit_run<Unit>{source, unit_rules<Unit>::count(source)});
 }
 
 template <class Unit>
@@ -68,26 +146,36 @@ void appendLive(text_slot<Unit> text, text_view<Unit> source) {
 }
 
 template <class Unit>
-void appendColumn(text_slot<Unit> text, unit_run<Unit> source, int field, bool rightAligned) {
-  int end = text.used();
-  int const count = std::min(source.count, text.capacity - end);
-  int const blanks = field - count;
-  if (rightAligned) fillBlanks(text, end, blanks);
-  copyUnits(text.units + end, source.units, count);
-  end += count;
-  if (!rightAligned) fillBlanks(text, end, blanks);
-  text.setUsedAndEnd(end);
+void appendColumn(text_slot<Unit> text, Unit const* source, int width) {
+  putColumn(text, source, width, width < 0 ? -width : width);
 }
 
-#define QZ_INSTANTIATE(Unit)                                  \
-  template void zeroAll(text_slot<Unit>);                     \
-  template void zeroUnused(text_slot<Unit>);                  \
-  template void assign(text_slot<Unit>, unit_run<Unit>);      \
-  template void setLength(text_slot<Unit>, short);            \
-  template void measure(text_slot<Unit>);                     \
-  template void append(text_slot<Unit>, unit_run<Unit>);      \
-  template void appendLive(text_slot<Unit>, text_view<Unit>); \
-  template void appendColumn(text_slot<Unit>, unit_run<Unit>, int, bool)
+template <class Unit>
+void appendColumnInRoom(text_slot<Unit> text, char const* source, int width) {
+  int const room = text.room();
+  putColumn(text, source, width, width < 0 ? -std::max(width, -room) : std::min(width, room));
+}
+
+#define QZ_INSTANTIATE(Unit)                                                  \
+  template void zeroAll(text_slot<Unit>);                                     \
+  template void zeroUnused(text_slot<Unit>);                                  \
+  template void assign(text_slot<Unit>, unit_run<Unit>);                      \
+  template void assignCut(text_slot<Unit>, Unit const*, std::size_t);         \
+  template void assignCutAndZeros(text_slot<Unit>, Unit const*, std::size_t); \
+  template void assignText(text_slot<Unit>, Unit const*);                     \
+  template void assignTextAndZeros(text_slot<Unit>, Unit const*);             \
+  template void takeOver(text_slot<Unit>, text_view<Unit>);                   \
+  template void takeOverAndEnd(text_slot<Unit>, text_view<Unit>);             \
+  template void setLength(text_slot<Unit>, short);                            \
+  template void measure(text_slot<Unit>);                                     \
+  template void repeat(text_slot<Unit>, Unit, int);                           \
+  template void append(text_slot<Unit>, unit_run<Unit>);                      \
+  template void append(text_slot<Unit>, text_view<Unit>);                     \
+  template void append(text_slot<Unit>, Unit const*, unsigned);               \
+  template void appendText(text_slot<Unit>, Unit const*);                     \
+  template void appendLive(text_slot<Unit>, text_view<Unit>);                 \
+  template void appendColumn(text_slot<Unit>, Unit const*, int);              \
+  template void appendColumnInRoom(text_slot<Unit>, char const*, int)
 
 QZ_INSTANTIATE(char);
 QZ_INSTANTIATE(unsigned short);

@@ -1,20 +1,15 @@
 #include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #include "strings/text_core.h"
 #include "strings/unit_folds.h"
 
 namespace qz::detail {
 namespace {
-
-template <class Unit, class Same>
-int findForward(text_view<Unit> text, int start, Same same) {
-  int const count = text.used();
-  // Required: a start outside the text begins again at the front.
-  for (int i = start >= 1 && start < count ? start : 0; i < count; ++i)
-    if (same(text.units[i])) return i;
-  return -1;
-}
 
 template <class Unit>
 auto exactly(Unit unit) {
@@ -28,15 +23,73 @@ auto folded(Unit unit) {
   };
 }
 
-template <class Unit, class FoldText, class FoldNeedle>
-bool spanMatches(Unit const* span, unit_run<Unit> needle, FoldText foldText,
-                 FoldNeedle foldNeedle) {
-  return sameCount(span, needle.units, needle.count, foldText, foldNeedle) == needle.count;
+// Sixteen bytes of units, on which operators work lane by lane and wrap around.
+template <class Unit>
+struct block_of {
+  using lane = std::make_unsigned_t<Unit>;
+  using lanes [[gnu::vector_size(16)]] = lane;
+  static constexpr int kLanes = 16 / sizeof(Unit);
+  using lane_numbers = std::make_index_sequence<kLanes>;
+
+  static lanes filledWith(Unit unit) { return static_cast<lane>(unit) - lanes{}; }
+
+  template <class Fold>
+  static lanes load(Unit const* units, Fold fold) {
+    lane folded[kLanes];
+    for (int i = 0; i < kLanes; ++i) folded[i] = static_cast<lane>(fold(units[i]));
+    lanes block;
+    std::memcpy(&block, folded, sizeof block);
+    return block;
+  }
+
+  template <int Distance, std::size_t... Lane>
+  static lanes movedUp(lanes block, std::index_sequence<Lane...>) {
+    return __builtin_shufflevector(lanes{}, block, (kLanes - Distance + Lane)...);
+  }
+  // Each lane becomes the sum of itself and all lanes before it.
+  template <int Distance = 1>
+  static lanes runningSums(lanes block) {
+    if constexpr (Distance < kLanes)
+      return runningSums<2 * Distance>(block + movedUp<Distance>(block, lane_numbers{}));
+    else
+      return block;
+  }
+  template <std::size_t... Lane>
+  static lanes filledWithLast(lanes block, std::index_sequence<Lane...>) {
+    return __builtin_shufflevector(block, block, (kLanes - 1 + 0 * Lane)...);
+  }
+};
+
+// Calls `test` with the number of each lane that is set, until it is true, and tells whether it
+// was.
+template <class Unit, class Lanes, class Test>
+bool anySetLane(Lanes set, Test test) {
+  constexpr int kLaneBits = 8 * sizeof(Unit);
+  std::uint64_t words[2];
+  std::memcpy(words, &set, sizeof words);
+  if ((words[0] | words[1]) == 0) return false;
+  for (int half = 0; half < 2; ++half)
+    for (auto word = words[half]; word != 0;) {
+      int const lane = std::countr_zero(word) / kLaneBits;
+      if (test(half * (64 / kLaneBits) + lane)) return true;
+      word &= ~(((std::uint64_t{1} << kLaneBits) - 1) << (lane * kLaneBits));
+    }
+  return false;
 }
 
-template <class Unit>
-bool spanMatches(Unit const* span, unit_run<Unit> needle, as_it_is, as_it_is) {
-  return sameUnits(span, needle.units, needle.count);
+template <class Unit, class Fold>
+int findForward(text_view<Unit> text, Unit wanted, int start, Fold fold) {
+  using block = block_of<Unit>;
+  int const count = text.used();
+  // Required: a start outside the text begins again at the front.
+  int i = start >= 1 && start < count ? start : 0;
+  for (; count - i >= block::kLanes; i += block::kLanes) {
+    auto const hits = block::load(text.units + i, fold) == block::filledWith(wanted);
+    if (anySetLane<Unit>(hits, [&](int lane) { return (i += lane, true); })) return i;
+  }
+  for (; i < count; ++i)
+    if (fold(text.units[i]) == wanted) return i;
+  return -1;
 }
 
 // Returns the first position >= `start` at which `needle` stands in `text`, each side folded by
@@ -44,55 +97,60 @@ bool spanMatches(Unit const* span, unit_run<Unit> needle, as_it_is, as_it_is) {
 // both texts are of one length: then it is not looked at.
 //
 // A rolling sum over the span under test stands in front of the comparison, so that most positions
-// cost one addition. It is only a filter; the answer is the first match in the ordinary sense.
-template <class Unit, class FoldText, class FoldNeedle>
-int filteredFind(unit_run<Unit> text, unit_run<Unit> needle, int start, FoldText foldText,
+// cost one addition. It is only a filter, and so it may wrap around; the answer is the first match
+// in the ordinary sense.
+template <class Unit, class Other, class FoldText, class FoldNeedle>
+int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldText foldText,
                  FoldNeedle foldNeedle) {
+  using block = block_of<Unit>;
+  using lane = typename block::lane;
   int const last = text.count - needle.count;
   if (needle.count == 0 || start > last) return -1;
   int position = last == 0 ? 0 : start;
-  auto const weigh = [&](int i) { return unit_rules<Unit>::weight(foldText(text.units[i])); };
-  // What going on from a position adds to the sum.
-  auto const step = [&](int from) { return weigh(from + needle.count) - weigh(from); };
-
-  int wanted = 0;
-  int sum = 0;
-  for (int i = 0; i < needle.count; ++i) {
-    wanted += unit_rules<Unit>::weight(foldNeedle(needle.units[i]));
-    sum += weigh(position + i);
-  }
-  auto const matchesAt = [&](int i) {
-    return sum == wanted && spanMatches(text.units + i, needle, foldText, foldNeedle);
+  auto const weigh = [&](int i) { return static_cast<lane>(foldText(text.units[i])); };
+  auto const foldedNeedle = [&](int i) {
+    return static_cast<lane>(foldNeedle(unitOf<Unit>(needle.units[i])));
   };
-  // Folding is what costs. The steps of a block of positions do not depend on each other, and the
-  // compiler makes vector code of them.
-  if constexpr (!std::is_same_v<FoldText, as_it_is>) {
-    int steps[kFoldBlock];
-    for (; last - position >= kFoldBlock; position += kFoldBlock) {
-      for (int i = 0; i < kFoldBlock; ++i) steps[i] = step(position + i);
-      for (int i = 0; i < kFoldBlock; ++i) {
-        if (matchesAt(position + i)) return position + i;
-        sum += steps[i];
-      }
-    }
+
+  lane missing = 0;  // what the sum over the span lacks
+  for (int i = 0; i < needle.count; ++i)
+    missing = static_cast<lane>(missing + foldedNeedle(i) - weigh(position + i));
+  auto const matchesAt = [&](int i) {
+    return allSame(text.units + i, needle.units, needle.count, foldText, foldNeedle);
+  };
+  if (missing == 0 && matchesAt(position)) return position;
+
+  // A block of positions behind the one that was tested last. With the first unit of the needle as
+  // a second filter there is hardly a block to look into.
+  auto missingSums = block::filledWith(static_cast<Unit>(missing));
+  auto const first = block::filledWith(static_cast<Unit>(foldedNeedle(0)));
+  for (; last - position >= block::kLanes; position += block::kLanes) {
+    Unit const* const span = text.units + position;
+    auto const sums = block::runningSums(block::load(span + needle.count, foldText) -
+                                         block::load(span, foldText));
+    auto const hits = (sums == missingSums) & (block::load(span + 1, foldText) == first);
+    int found = 0;
+    if (anySetLane<Unit>(hits, [&](int i) { return matchesAt(found = position + i + 1); }))
+      return found;
+    missingSums -= block::filledWithLast(sums, typename block::lane_numbers{});
   }
-  for (;; ++position) {
-    if (matchesAt(position)) return position;
-    if (position == last) return -1;
-    sum += step(position);
+  for (missing = missingSums[0]; position < last; ++position) {
+    missing = static_cast<lane>(missing - weigh(position + needle.count) + weigh(position));
+    if (missing == 0 && matchesAt(position + 1)) return position + 1;
   }
+  return -1;
 }
 
 }  // namespace
 
 template <class Unit>
 int findUnit(text_view<Unit> text, Unit unit, int start) {
-  return findForward(text, start, exactly(unit));
+  return findForward(text, unit, start, as_it_is{});
 }
 
 template <class Unit>
 int findUnitFolded(text_view<Unit> text, Unit unit, int start) {
-  return findForward(text, start, folded(unit));
+  return findForward(text, unit_rules<Unit>::upper(unit), start, to_upper{});
 }
 
 template <class Unit>
@@ -109,22 +167,55 @@ int find(unit_run<Unit> text, unit_run<Unit> needle, int start) {
 }
 
 template <class Unit>
+int find(text_view<Unit> text, text_view<Unit> needle, int start) {
+  return find(text.run(), needle.run(), start);
+}
+
+template <class Unit>
+int find(text_view<Unit> text, char const* needle) {
+  auto const cut = cutText(needle, text.capacity);
+  return filteredFind(text.run(), cut, 0, as_it_is{}, as_it_is{});
+}
+
+template <class Unit>
+int find(text_view<Unit> text, char const* needle, int count) {
+  unit_run<char> const cut{needle, cutCount(count, text.capacity)};
+  return filteredFind(text.run(), cut, 0, as_it_is{}, as_it_is{});
+}
+
+template <class Unit>
 int findFolded(unit_run<Unit> text, unit_run<Unit> needle, int start) {
   return filteredFind(text, needle, start, to_upper{}, to_upper{});
 }
 
 template <class Unit>
-int findUpperInput(unit_run<Unit> text, unit_run<Unit> needle, int start) {
-  return filteredFind(text, needle, start, to_upper{}, as_it_is{});
+int findFolded(text_view<Unit> text, text_view<Unit> needle, int start) {
+  return findFolded(text.run(), needle.run(), start);
 }
 
 template <class Unit>
-int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, int candidateCount,
+int findFolded(text_view<Unit> text, char const* needle) {
+  return filteredFind(text.run(), cutText(needle, text.capacity), 0, to_upper{}, to_upper{});
+}
+
+template <class Unit>
+int findUpperInput(text_view<Unit> text, text_view<Unit> needle) {
+  return filteredFind(text.run(), needle.run(), 0, to_upper{}, as_it_is{});
+}
+
+template <class Unit>
+int findUpperInput(text_view<Unit> text, char const* needle) {
+  return filteredFind(text.run(), cutText(needle, text.capacity), 0, to_upper{}, as_it_is{});
+}
+
+template <class Unit>
+int findFirstCandidate(text_view<Unit> text, Unit const* const* candidates, int candidateCount,
                        int* which) {
   int held = -1;
   if (which != nullptr) *which = -1;
   for (int i = 0; i < candidateCount; ++i) {
-    int const position = findFolded(text.run(), candidates[i], 0);
+    text_view<Unit> const candidate{candidates[i], text.lengthOffset, text.capacity};
+    int const position = findFolded(text, candidate, 0);
     if (position < 0) continue;
     // Required: a later candidate wins over an earlier one even where it stands further right.
     held = position;
@@ -135,25 +226,33 @@ int findFirstCandidate(text_view<Unit> text, unit_run<Unit> const* candidates, i
 }
 
 template <class Unit>
-int countUnit(text_view<Unit> text, Unit unit) {
-  return static_cast<int>(std::count_if(text.units, text.units + text.used(), exactly(unit)));
+int countUnit(text_view<Unit> text, char unit) {
+  return static_cast<int>(std::count_if(text.units, text.units + text.used(),
+                                        exactly(unit_rules<Unit>::widened(unit))));
 }
 
 template <class Unit>
-int countUnitFolded(text_view<Unit> text, Unit unit) {
-  return static_cast<int>(std::count_if(text.units, text.units + text.used(), folded(unit)));
+int countUnitFolded(text_view<Unit> text, char unit) {
+  return static_cast<int>(
+      std::count_if(text.units, text.units + text.used(), folded(unit_rules<Unit>::widened(unit))));
 }
 
-#define QZ_INSTANTIATE(Unit)                                                          \
-  template int findUnit(text_view<Unit>, Unit, int);                                  \
-  template int findUnitFolded(text_view<Unit>, Unit, int);                            \
-  template int findLastUnit(text_view<Unit>, Unit, int);                              \
-  template int find(unit_run<Unit>, unit_run<Unit>, int);                             \
-  template int findFolded(unit_run<Unit>, unit_run<Unit>, int);                       \
-  template int findUpperInput(unit_run<Unit>, unit_run<Unit>, int);                   \
-  template int findFirstCandidate(text_view<Unit>, unit_run<Unit> const*, int, int*); \
-  template int countUnit(text_view<Unit>, Unit);                                      \
-  template int countUnitFolded(text_view<Unit>, Unit)
+#define QZ_INSTANTIATE(Unit)                                                       \
+  template int findUnit(text_view<Unit>, Unit, int);                               \
+  template int findUnitFolded(text_view<Unit>, Unit, int);                         \
+  template int findLastUnit(text_view<Unit>, Unit, int);                           \
+  template int find(unit_run<Unit>, unit_run<Unit>, int);                          \
+  template int find(text_view<Unit>, text_view<Unit>, int);                        \
+  template int find(text_view<Unit>, char const*);                                 \
+  template int find(text_view<Unit>, char const*, int);                            \
+  template int findFolded(unit_run<Unit>, unit_run<Unit>, int);                    \
+  template int findFolded(text_view<Unit>, text_view<Unit>, int);                  \
+  template int findFolded(text_view<Unit>, char const*);                           \
+  template int findUpperInput(text_view<Unit>, text_view<Unit>);                   \
+  template int findUpperInput(text_view<Unit>, char const*);                       \
+  template int findFirstCandidate(text_view<Unit>, Unit const* const*, int, int*); \
+  template int countUnit(text_view<Unit>, char);                                   \
+  template int countUnitFolded(text_view<Unit>, char)
 
 QZ_INSTANTIATE(char);
 QZ_INSTANTIATE(unsigned short);

@@ -12,7 +12,6 @@ constexpr auto withSign = [](char c) {
   return static_cast<unsigned short>(unit_rules<char>::weight(c));
 };
 constexpr auto withZeros = [](char c) -> unsigned short { return static_cast<unsigned char>(c); };
-constexpr auto lowByte = [](unsigned short unit) { return static_cast<char>(unit & 0xFF); };
 
 template <class Widen>
 void putAt(text_slot<unsigned short> text, int start, unit_run<char> source, Widen widen) {
@@ -21,38 +20,59 @@ void putAt(text_slot<unsigned short> text, int start, unit_run<char> source, Wid
   text.setUsedAndEnd(start + count);
 }
 
-}  // namespace
+unit_run<char> runOf(char const* text) { return {text, unit_rules<char>::count(text)}; }
 
-int narrowInto(char* buffer, int room, unit_run<unsigned short> source) {
+int narrow(char* buffer, int room, unit_run<unsigned short> source) {
   int const count = std::min(source.count, room);
-  changeUnits(source.units, buffer, count, lowByte);
+  changeUnits(source.units, buffer, count, [](unsigned short unit) { return lowByte(unit); });
   buffer[count] = 0;
   return count;
 }
 
-void assignNarrowed(text_slot<char> text, unit_run<unsigned short> source) {
-  text.setUsed(narrowInto(text.units, text.capacity, source));
+}  // namespace
+
+void assignNarrowed(text_slot<char> text, unsigned short const* source) {
+  if (source == nullptr) return;
+  int const count = unit_rules<unsigned short>::count(source);
+  text.setUsed(narrow(text.units, text.capacity, {source, count}));
+}
+
+void narrowKeepingLength(text_slot<char> text, text_view<unsigned short> source) {
+  narrow(text.units, text.capacity - 1, source.run());
+  text.setUsed(source.lengthField());
+}
+
+void narrowInto(char* buffer, int room, text_view<unsigned short> source) {
+  narrow(buffer, room, source.run());
 }
 
 void assignWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source) {
   putAt(text, 0, source, withSign);
 }
 
-void appendWidenedWithSign(text_slot<unsigned short> text, unit_run<char> source) {
-  putAt(text, text.used(), source, withSign);
+void assignWidenedWithSign(text_slot<unsigned short> text, char const* source) {
+  if (source != nullptr) putAt(text, 0, runOf(source), withSign);
 }
 
-void assignWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source) {
-  putAt(text, 0, source, withZeros);
+void appendWidenedWithSign(text_slot<unsigned short> text, char const* source) {
+  if (source != nullptr) putAt(text, text.used(), runOf(source), withSign);
+}
+
+void assignWidenedWithZeros(text_slot<unsigned short> text, char const* source) {
+  if (source != nullptr) putAt(text, 0, runOf(source), withZeros);
 }
 
 void appendWidenedWithZeros(text_slot<unsigned short> text, unit_run<char> source) {
   putAt(text, text.used(), source, withZeros);
 }
 
-bool equalWithZeros(text_view<unsigned short> a, unit_run<char> b) {
-  return a.lengthField() == b.count &&
-         std::equal(a.units, a.units + a.used(), b.units,
+void appendWidenedWithZeros(text_slot<unsigned short> text, char const* source) {
+  if (source != nullptr && *source != 0) appendWidenedWithZeros(text, runOf(source));
+}
+
+bool equalWithZeros(text_view<unsigned short> a, char const* b) {
+  return b != nullptr && a.lengthField() == unit_rules<char>::count(b) &&
+         std::equal(a.units, a.units + a.used(), b,
                     [](unsigned short unit, char c) { return unit == withZeros(c); });
 }
 

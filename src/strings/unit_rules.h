@@ -7,17 +7,23 @@
 //   lower     A-Z to a-z, all others stay       A-Z to a-z, all others stay
 //   weight    as a signed byte                  as an unsigned number
 //   order     as an unsigned byte               low byte first, as the bytes lie in memory
-//   spell     narrow text is used where it is   narrow text is widened, with its sign
+//   widened   a character as it is              a character with its sign
+//   count     to the first zero byte; the low   to the first zero unit, 1024 at most
+//             16 bits of that
 //
 // Folding is ASCII only: what toupper and tolower do in the "C" locale, whichever locale the
 // program sets. Bytes of 128 and above stay.
 #ifndef QZ_STRINGS_UNIT_RULES_H_
 #define QZ_STRINGS_UNIT_RULES_H_
 
+#include <cstring>
+
 namespace qz::detail {
 
 // What a letter differs in from the same letter in the other case.
 constexpr int caseBit(bool changes) { return changes ? 0x20 : 0; }
+
+constexpr char lowByte(unsigned short unit) { return static_cast<char>(unit & 0xFF); }
 
 template <class Unit>
 struct unit_rules;
@@ -32,7 +38,8 @@ struct unit_rules<char> {
   }
   static constexpr int weight(char c) { return static_cast<signed char>(c); }
   static constexpr int order(char c) { return static_cast<unsigned char>(c); }
-  static char const* spell(char const* text, int /*count*/, char* /*lent*/) { return text; }
+  static constexpr char widened(char c) { return c; }
+  static int count(char const* text) { return static_cast<unsigned short>(std::strlen(text)); }
 };
 
 template <>
@@ -45,10 +52,13 @@ struct unit_rules<unsigned short> {
   }
   static constexpr int weight(unsigned short c) { return c; }
   static constexpr int order(unsigned short c) { return ((c & 0xFF) << 8) | (c >> 8); }
-  static unsigned short const* spell(char const* text, int count, unsigned short* lent) {
-    for (int i = 0; i < count; ++i)
-      lent[i] = static_cast<unsigned short>(unit_rules<char>::weight(text[i]));
-    return lent;
+  static constexpr unsigned short widened(char c) {
+    return static_cast<unsigned short>(unit_rules<char>::weight(c));
+  }
+  static int count(unsigned short const* units) {
+    int count = 0;
+    while (count < 1024 && units[count] != 0) ++count;
+    return count;
   }
 };
 
