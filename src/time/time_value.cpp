@@ -5,7 +5,7 @@
 
 #include "strings/formatted_text.h"
 
-static_assert(sizeof(_qzTime) == 8 && std::is_standard_layout_v<_qzTime>);
+static_assert(sizeof(_qzTime) == 8 && alignof(_qzTime) == 4 && std::is_standard_layout_v<_qzTime>);
 
 char const* const month_names[13] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",  "Jul",
                                      "Aug", "Sep", "Oct", "Nov", "Dec", nullptr};
