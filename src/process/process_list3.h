@@ -71,6 +71,29 @@ struct _qzProcessList3 : _qzProcessList3_data {
   // The flag can only be cleared; the argument changes nothing.
   void set_getCpuMemAtOnce(bool const& ignored);
   void set_getCpuMem_keepMemory(bool const& value);
+
+  // --- questions and signals, as _qzProcessList in process_list.h tells of each ---
+  //
+  // A snapshot that one of them takes is that of collectAllProcesses2, without CPU time and memory.
+
+  bool processExists(_qzString8_allSize<25> name, bool refresh, long long* pid);
+  bool doesProcessExistTwice(_qzString8_allSize<25> name, long long* pid);
+  int doesProcessExistCount(_qzString8_allSize<25> name, long long* pid);
+
+  // The owner is what _prcInfo::owner gives: text that is stored already counts, none is stored.
+  bool processExists_SameUser(_qzString8_allSize<25> name, _qzString8_allSize<25> user,
+                              bool refresh, long long* pid);
+  bool doesProcessExistTwice_SameUser(_qzString8_allSize<25> name, _qzString8_allSize<25> user,
+                                      long long* pid);
+
+  bool processExistsPID(unsigned int pid, bool refresh);
+  // The slot of the process, or -1. The block's own form never collects.
+  int getListIdxByPID(unsigned int pid, bool refresh);
+  using _qzProcessList3_data::getListIdxByPID;
+
+  void killProcess(unsigned int const& pid);
+  void killProcess(_qzString8_allSize<25> name);
+  void INTProcess(_qzString8_allSize<25> name);
 };
 
 #endif  // QZ_PROCESS_PROCESS_LIST3_H_

@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "process/process_list.h"
+#include "process/process_list3.h"
 
 namespace {
 
@@ -33,6 +34,9 @@ short_text ownerOf(_qzProcessList& list, int slot) {
   list.getProcessInfoOwnerOnly(slot);
   return list.records[slot].owner;
 }
+
+// The full list takes what is stored, and stores nothing.
+short_text ownerOf(_qzProcessList3 const& list, int slot) { return list.records[slot].owner(); }
 
 struct has_name {
   short_text name;
@@ -151,3 +155,41 @@ void _qzProcessList::INTProcess(short_text name) { sendToAll(*this, name, SIGINT
 
 // Required: whatever the name says, children get no signal.
 void _qzProcessList::killProcessTree(short_text name) { killProcess(name); }
+
+// --- the full list ---
+
+bool _qzProcessList3::processExists(short_text name, bool refresh, long long* pid) {
+  return existsAny(*this, name, refresh, pid, has_name(name));
+}
+
+bool _qzProcessList3::doesProcessExistTwice(short_text name, long long* pid) {
+  return countAll(*this, pid, has_name(name)) > 1;
+}
+
+int _qzProcessList3::doesProcessExistCount(short_text name, long long* pid) {
+  return countAll(*this, pid, has_name(name));
+}
+
+bool _qzProcessList3::processExists_SameUser(short_text name, short_text user, bool refresh,
+                                             long long* pid) {
+  return existsAny(*this, name, refresh, pid, has_name_and_user(name, user));
+}
+
+bool _qzProcessList3::doesProcessExistTwice_SameUser(short_text name, short_text user,
+                                                     long long* pid) {
+  return countAll(*this, pid, has_name_and_user(name, user)) > 1;
+}
+
+bool _qzProcessList3::processExistsPID(unsigned int pid, bool refresh) {
+  return slotOfPID(*this, pid, refresh) >= 0;
+}
+
+int _qzProcessList3::getListIdxByPID(unsigned int pid, bool refresh) {
+  return slotOfPID(*this, pid, refresh);
+}
+
+void _qzProcessList3::killProcess(unsigned int const& pid) { send(pid, SIGTERM); }
+
+void _qzProcessList3::killProcess(short_text name) { sendToAll(*this, name, SIGTERM); }
+
+void _qzProcessList3::INTProcess(short_text name) { sendToAll(*this, name, SIGINT); }

@@ -13,6 +13,7 @@
 #include <type_traits>
 
 #include "process/process_list.h"
+#include "process/process_list3.h"
 #include "process/self_check.h"
 #include "tool/tool_driver.h"
 
@@ -48,9 +49,18 @@ int slotOf(_qzProcessList& list, pid_t pid, bool refresh) {
   return list.getListIDByPID(static_cast<unsigned>(pid), refresh);
 }
 
+std::unique_ptr<_qzProcessList3> make(_qzProcessList3*) {
+  return std::make_unique<_qzProcessList3>(false);
+}
+int slotOf(_qzProcessList3& list, pid_t pid, bool refresh) {
+  int const slot = list.getListIdxByPID(static_cast<unsigned>(pid), refresh);
+  EXPECT_EQ(list.getListIdxByPID(static_cast<unsigned>(pid)), slot);
+  return slot;
+}
+
 template <class List>
 struct ProcessQueries : testing::Test {};
-using both_lists = testing::Types<_qzProcessList>;
+using both_lists = testing::Types<_qzProcessList, _qzProcessList3>;
 TYPED_TEST_SUITE(ProcessQueries, both_lists);
 
 TYPED_TEST(ProcessQueries, MatchWholeNamesInAnyCase) {
@@ -156,15 +166,24 @@ TYPED_TEST(ProcessQueries, OfOneUserCompareTheLoginNameOrTheBareNumber) {
   });
 }
 
-TEST(ProcessOwners, AreAskedAnewAndKeptByTheLightListOnly) {
+TEST(ProcessOwners, AreAskedAnewByTheLightListAndTakenAsStoredFromTheFullOne) {
   driver::inOwnPidNamespace([] {
     child const mine("mine", {}, kNobody), other("other", {}, kNobody);
-    auto const list = std::make_unique<_qzProcessList>();
-    int const slots[] = {slotOf(*list, mine.pid, false), slotOf(*list, other.pid, false)};
-    for (int const slot : slots) list->records[slot].owner = "Stored";
-    EXPECT_FALSE(list->processExists_SameUser("mine", "stored", false, nullptr));
-    EXPECT_STREQ(list->records[slots[0]].owner.asChar(), "nobody");
-    EXPECT_STREQ(list->records[slots[1]].owner.asChar(), "Stored");
+    auto const light = make(static_cast<_qzProcessList*>(nullptr));
+    auto const full = make(static_cast<_qzProcessList3*>(nullptr));
+    int slot = slotOf(*light, mine.pid, false);
+    int beside = slotOf(*light, other.pid, false);
+    light->records[slot].owner = light->records[beside].owner = "Stored";
+    EXPECT_FALSE(light->processExists_SameUser("mine", "stored", false, nullptr));
+    EXPECT_STREQ(light->records[slot].owner.asChar(), "nobody");
+    EXPECT_STREQ(light->records[beside].owner.asChar(), "Stored");
+
+    slot = slotOf(*full, mine.pid, false);
+    EXPECT_TRUE(full->processExists_SameUser("mine", "nobody", false, nullptr));
+    EXPECT_TRUE(full->records[slot].ownerText.isEmpty());
+    full->records[slot].ownerText = "Stored";
+    EXPECT_TRUE(full->processExists_SameUser("mine", "stored", false, nullptr));
+    EXPECT_FALSE(full->processExists_SameUser("mine", "nobody", false, nullptr));
   });
 }
 
