@@ -1,7 +1,8 @@
-// The two services on Linux, out of /proc. Enumerating costs four system calls a process (open,
-// read and close of its stat file, stat of its directory) and no heap, no stream and no library
-// state: nearly all of its time is the kernel's. A kernel thread costs three, since they all have
-// one owner.
+// The two services on Linux, out of /proc. Whatever they cost is the kernel's time for opening and
+// reading small files, so they open no more of them than they must. Enumerating costs four system
+// calls a process (open, read and close of its stat file, stat of its directory) and no heap, no
+// stream and no library state: nearly all of its time is the kernel's. A kernel thread costs three,
+// since they all have one owner.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 #include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 #include "process/platform.h"
@@ -83,6 +85,7 @@ bool forEachId(int directory, Visit visit) {
 // run.
 bool hasEnded(stat_line const& line) { return line.state == 'Z' || line.state == 'X'; }
 bool isGone(stat_line const& line) { return hasEnded(line) && line.threads <= 1; }
+bool isKernelThread(stat_line const& line) { return (line.flags & kKernelThread) != 0; }
 // A thread that calls exec takes the place and the id of the first one. What is read in that very
 // moment tells of the old one, which has no threads; a second look sees the successor.
 bool isReleased(stat_line const& line) { return hasEnded(line) && line.threads == 0; }
@@ -135,10 +138,10 @@ bool addProcess(process_scan& scan, std::uint32_t pid, char const* pidText) {
     if (!known || !isReleased(line)) break;
   }
   if (known && isGone(line)) return true;
-  bool const isKernelThread = known && (line.flags & kKernelThread) != 0;
+  bool const isKernels = known && isKernelThread(line);
 
   process_entry& entry = scan.entries[scan.count];
-  if (isKernelThread && scan.knowsKernelOwner) {
+  if (isKernels && scan.knowsKernelOwner) {
     entry.uid = scan.kernelOwner;
   } else {
     // The directory and not the file, which belongs to root where a process is not dumpable.
@@ -148,7 +151,7 @@ bool addProcess(process_scan& scan, std::uint32_t pid, char const* pidText) {
       return !isShortage(errno);
     }
     entry.uid = static_cast<int>(directory.st_uid);
-    if (isKernelThread) {
+    if (isKernels) {
       scan.kernelOwner = entry.uid;
       scan.knowsKernelOwner = true;
     }
@@ -202,11 +205,9 @@ bool readStat(int directory, char const* path, stat_line* line) {
   return false;
 }
 
-// The memory of the whole process, out of the file of any thread that lives. The first one's tells
-// nothing once that one has ended.
-bool readResidentBytes(int tasks, char const* tid, unsigned long long* bytes) {
+bool readResidentBytes(int directory, char const* path, unsigned long long* bytes) {
   char text[256];
-  ssize_t const got = readFile(tasks, task_path(tid, "/statm").text, text, sizeof text);
+  ssize_t const got = readFile(directory, path, text, sizeof text);
   if (got < 0) return false;
   std::uint64_t pages = 0;
   if (!parseResidentPages(text, static_cast<std::size_t>(got), &pages)) {
@@ -231,6 +232,37 @@ cpu_ticks ticksOf(stat_line const& line) {
   return {static_cast<std::int64_t>(line.userTicks), static_cast<std::int64_t>(line.systemTicks)};
 }
 
+void addThread(process_figures& figures, cpu_ticks const& ticks) {
+  figures.threads.push_back({cpuTime(ticks.user), cpuTime(ticks.system), false});
+}
+
+bool hasOneThread(stat_line const& whole) { return whole.threads == 1 && !hasEnded(whole); }
+
+// Whether the first thread has, to the tick, all the time that the process ever ran, so that no
+// other one has ended. The thread's time is read first: what the process runs in between can only
+// make it seem that there was another one. False also where the kernel does not tell, for
+// schedstat is an option of its build.
+bool firstThreadHasAllTime(std::uint32_t pid) {
+  char text[128];
+  ssize_t const got = readFile(AT_FDCWD, process_path(pid, "/schedstat").text, text, sizeof text);
+  std::uint64_t ofThread = 0;
+  if (got < 0 || !parseRunTime(text, static_cast<std::size_t>(got), &ofThread)) return false;
+  // The id that clock_getcpuclockid(3) gives, without its look whether the process is there.
+  auto const clock = static_cast<clockid_t>(~pid << 3 | 2);
+  timespec time;
+  if (clock_gettime(clock, &time) != 0) return false;
+  constexpr std::int64_t kSecond = 1'000'000'000;
+  std::int64_t const ofProcess = time.tv_sec * kSecond + time.tv_nsec;
+  return ofProcess - static_cast<std::int64_t>(ofThread) < kSecond / sysconf(_SC_CLK_TCK);
+}
+
+// Whether all the times of the process are those of the one thread that it has.
+bool isOneThreadsTime(std::uint32_t pid, stat_line const& whole) {
+  if (!hasOneThread(whole)) return false;
+  bool const ranAtAll = whole.userTicks != 0 || whole.systemTicks != 0;
+  return !ranAtAll || firstThreadHasAllTime(pid);
+}
+
 // Fills memory and threads, and adds up the threads' times. A thread that has ended (the first one
 // stays visible), or may not be looked at, is left out. With none left the process has vanished.
 bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* sum) {
@@ -239,16 +271,19 @@ bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* sum) {
   bool const toTheEnd = forEachId(tasks.number, [&](std::uint32_t, char const* tid) {
     stat_line line;
     bool const isFirst = figures->threads.empty();
-    bool const wasRead = readStat(tasks.number, task_path(tid, "/stat").text, &line) &&
-                         (hasEnded(line) || !isFirst ||
-                          readResidentBytes(tasks.number, tid, &figures->residentBytes));
+    // Any live thread's file tells the memory of the whole. The first one's tells nothing once that
+    // one has ended.
+    bool const wasRead =
+        readStat(tasks.number, task_path(tid, "/stat").text, &line) &&
+        (hasEnded(line) || !isFirst ||
+         readResidentBytes(tasks.number, task_path(tid, "/statm").text, &figures->residentBytes));
     if (!wasRead) {
       bool const isLeftOut = queryCode() == kRefusedCode;
       return isLeftOut;
     }
     if (hasEnded(line)) return true;
     cpu_ticks const own = ticksOf(line);
-    figures->threads.push_back({cpuTime(own.user), cpuTime(own.system), false});
+    addThread(*figures, own);
     sum->user += own.user;
     sum->system += own.system;
     return true;
@@ -294,10 +329,21 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
     if (!isReleased(whole)) break;
   }
   if (isGone(whole)) return {query_answer::access_refused, kRefusedCode};
-  cpu_ticks live;
-  if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
-  // Live threads have gone on running since, so they can come out above the whole.
   cpu_ticks const all = ticksOf(whole);
+  cpu_ticks live = all;
+  if (isKernelThread(whole)) {
+    figures.residentBytes = 0;  // by definition, and it is its own only thread
+    addThread(figures, all);
+  } else if (isOneThreadsTime(pid, whole)) {
+    process_path const statm(pid, "/statm");
+    if (!readResidentBytes(AT_FDCWD, statm.text, &figures.residentBytes))
+      return {query_answer::figures_refused, queryCode()};
+    addThread(figures, all);
+  } else {
+    live = {};
+    if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
+  }
+  // Live threads have gone on running since, so they can come out above the whole.
   figures.endedUser = cpuTime(all.user > live.user ? all.user - live.user : 0);
   figures.endedSystem = cpuTime(all.system > live.system ? all.system - live.system : 0);
   return {query_answer::answered, 0};

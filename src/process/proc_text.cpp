@@ -94,6 +94,11 @@ bool parseResidentPages(char const* text, std::size_t size, std::uint64_t* pages
   return skipFields(c, 1) && readNumber(c, pages);
 }
 
+bool parseRunTime(char const* text, std::size_t size, std::uint64_t* nanoseconds) {
+  cursor c = {text, text + size};
+  return readNumber(c, nanoseconds);
+}
+
 bool parseId(char const* text, std::uint32_t* id) {
   constexpr int kMostDigits = 10;
   std::uint64_t value = 0;

@@ -30,6 +30,9 @@ bool parseStatLine(char const* text, std::size_t size, stat_line* line);
 // Reads the resident pages, field 2 of /proc/PID/statm.
 bool parseResidentPages(char const* text, std::size_t size, std::uint64_t* pages);
 
+// Reads the time on a processor in nanoseconds, the first field of /proc/PID/schedstat.
+bool parseRunTime(char const* text, std::size_t size, std::uint64_t* nanoseconds);
+
 // Reads the digits in front of a terminating zero, ten at most and up to 32 bits; false for
 // anything else and for no digits.
 bool parseId(char const* text, std::uint32_t* id);
