@@ -90,11 +90,11 @@ bool _qzProcessList3::collectAllProcesses2() {
   collected = true;
   count = 0;
 
-  time.value = _qzTime(true).value;
+  time.setCurrentTime(0);
   timeMS = qzTimer::currentMillSeconds();
   collectAllProcesses_OS();
   // The stamp lies a quarter of the way through the collection.
-  time.value += (_qzTime(true).value - time.value) / 4;
+  time.value += (_qzTime::currentTime() - time.value) / 4;
   timeMS += (qzTimer::currentMillSeconds() - timeMS) / 4;
   return true;
 }

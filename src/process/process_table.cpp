@@ -100,7 +100,7 @@ _qzString8_allSize<25> _qzProcessList3_data::_prcInfo::owner() const {
 _qzProcessList3_data::_qzProcessList3_data(bool const& fetchCpuMem)
     : magic(0xABCD),
       reserved(0),
-      time(false),
+      time(),
       timeMS(0),
       cpuTicksValue(0),
       cpuDeltaValue(0),
