@@ -90,7 +90,8 @@ struct _qzProcessList {
   // it: 0 is the caller's own process group, and an id above 2147483647 is a group or everybody.
   void killProcess(unsigned int const& pid);
   // SIGTERM or SIGINT to every process that matches. The list is not changed: the next call sends
-  // to the same ids again, whoever has them by then. What becomes of a signal is not told.
+  // to the same ids again, whoever has them by then. What becomes of a signal is not told. An empty
+  // `name` means the processes whose name is not known.
   void killProcess(_qzString8_allSize<25> name);
   void INTProcess(_qzString8_allSize<25> name);
   // The same as killProcess(name): children are left alone.

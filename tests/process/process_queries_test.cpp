@@ -226,9 +226,9 @@ TYPED_TEST(ProcessQueries, SignalsFollowTheOldSnapshot) {
     for (int round = 0; round < 2; ++round) {
       list->killProcess("target");
       EXPECT_EQ(stubborn.nextSignal(), SIGSTOP);
+      EXPECT_FALSE(make(static_cast<TypeParam*>(nullptr))->processExists("target", true, nullptr));
       kill(stubborn.pid, SIGCONT);
     }
-    make(static_cast<TypeParam*>(nullptr))->killProcess("target");
     auto const unused = make(static_cast<TypeParam*>(nullptr));
     child const late("late");
     unused->killProcess(static_cast<unsigned>(late.pid));

@@ -92,7 +92,7 @@ TEST(ProcessWatch, StampsAndBasesMoveWithoutAFigure) {
   auto const first = snapshotOf(10, 3, 7, 7100), second = snapshotOf(12, 5, 9, 9200);
   watch.setTotalTicks(*first);
   watch.setUpdateTime(*second);
-  EXPECT_EQ(std::tuple(watch.time.value, watch.timeMS, watch.ticks), std::tuple(9, 9200, 10.0));
+  EXPECT_EQ(std::tuple(+watch.time.value, watch.timeMS, watch.ticks), std::tuple(9, 9200, 10.0));
   watch[0].setCpuTicks(first->records[0]);
   EXPECT_EQ(std::tuple(watch[0].cpuSeconds, watch[0].cpuUsage), std::tuple(3.0, 0.0F));
   watch.setTotalTicks(*second);
@@ -102,7 +102,7 @@ TEST(ProcessWatch, StampsAndBasesMoveWithoutAFigure) {
   watch.count = 1;
   watch.setCoreCount(4);
   watch.clear();
-  EXPECT_EQ(std::tuple(watch.count, watch.time.value, watch.timeMS), std::tuple(0, 0, 0));
+  EXPECT_EQ(std::tuple(watch.count, +watch.time.value, watch.timeMS), std::tuple(0, 0, 0));
   EXPECT_EQ(std::tuple(watch.prevTicks, watch.ticks, watch.deltaTicks), std::tuple(0., 0., 0.));
   EXPECT_EQ(std::tuple(watch.coreCount, watch.capacity), std::tuple(4, 1));
   EXPECT_EQ(watch[0].cpuUsage, 100);  // Required: what the entries hold stays
