@@ -82,6 +82,7 @@ struct _qzProcessList {
   bool doesProcessExistTwice_SameUser(_qzString8_allSize<25> name, _qzString8_allSize<25> user,
                                       long long* pid);
 
+  // Whether a process has this id.
   bool processExistsPID(unsigned int pid, bool refresh);
   // The slot of the process, or -1.
   int getListIDByPID(unsigned int pid, bool refresh);

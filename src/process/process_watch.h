@@ -53,6 +53,7 @@ struct _ProcessWatch_List3 {
   // Forgets entries, stamps and clock. What the entries hold stays, and is what a slot shows when
   // it is used again.
   void clear();
+  // Stores the number in `coreCount`, for the caller's own use.
   void setCoreCount(int const& n);
 
   // Whether `data` is newer than what the list took over last: by the stamp, then by tenths of a
@@ -64,6 +65,7 @@ struct _ProcessWatch_List3 {
   // Takes over the stamps alone.
   void setUpdateTime(_qzProcessList3_data& data);
 
+  // Any entry that exists, in use or not.
   _ProcessWatch& operator[](int const& idx);
   // Moves what stands behind the entry down by one.
   void deleteAt(int const& idx);
