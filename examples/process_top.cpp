@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -161,7 +162,7 @@ std::string quoted(Text const& text) {
 // A full bar is one core, or the busiest process if that uses more.
 std::string barOf(float percent, float busiestPercent) {
   float const full = std::max(100.0F, busiestPercent);
-  auto const filled = static_cast<std::size_t>(percent * kBarWidth / full + 0.5F);
+  auto const filled = static_cast<std::size_t>(std::lround(percent * kBarWidth / full));
   std::string bar(filled, '#');
   bar.resize(kBarWidth, '.');
   return bar;
