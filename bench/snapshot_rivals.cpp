@@ -11,8 +11,28 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
-process_crowd::process_crowd(int total) {
+namespace {
+
+// Long enough to show in figures of 100 ticks a second.
+constexpr std::clock_t kMoment = CLOCKS_PER_SEC / 50;
+
+void runForAMoment() {
+  while (std::clock() < kMoment) continue;
+}
+
+void waitUntilItRan(pid_t child) {
+  clockid_t clock;
+  timespec used{};
+  while (clock_getcpuclockid(child, &clock) == 0 && clock_gettime(clock, &used) == 0 &&
+         used.tv_sec == 0 && used.tv_nsec / 1000 < kMoment)
+    usleep(1000);
+}
+
+}  // namespace
+
+process_crowd::process_crowd(int total, busy_share busy) {
   for (int missing = total - loopOverProc(); missing > 0; --missing) {
     pid_t const parent = getpid();
     pid_t const child = fork();
@@ -23,9 +43,11 @@ process_crowd::process_crowd(int total) {
     if (child == 0) {
       prctl(PR_SET_PDEATHSIG, SIGKILL);
       if (getppid() != parent) _exit(0);
+      if (busy.oneIn != 0 && missing % busy.oneIn == 0) runForAMoment();
       for (;;) pause();
     }
     children.push_back(child);
+    if (busy.oneIn != 0 && missing % busy.oneIn == 0) waitUntilItRan(child);
   }
 }
 

@@ -6,12 +6,17 @@
 
 #include <vector>
 
+// How many of a crowd have used the processor for a moment: one in so many, or none.
+struct busy_share {
+  int oneIn = 0;
+};
+
 // Idle processes that exist as long as the object does, or as its creator if that ends first.
 struct process_crowd {
   std::vector<pid_t> children;
 
   // Forks until the machine has `total` processes, if it has not that many already.
-  explicit process_crowd(int total);
+  explicit process_crowd(int total, busy_share busy = {});
   ~process_crowd();
   process_crowd(process_crowd const&) = delete;
   process_crowd& operator=(process_crowd const&) = delete;

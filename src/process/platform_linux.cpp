@@ -253,7 +253,9 @@ bool firstThreadHasAllTime(std::uint32_t pid) {
   if (clock_gettime(clock, &time) != 0) return false;
   constexpr std::int64_t kSecond = 1'000'000'000;
   std::int64_t const ofProcess = time.tv_sec * kSecond + time.tv_nsec;
-  return ofProcess - static_cast<std::int64_t>(ofThread) < kSecond / sysconf(_SC_CLK_TCK);
+  std::int64_t const ofOthers = ofProcess - static_cast<std::int64_t>(ofThread);
+  std::int64_t const tick = kSecond / sysconf(_SC_CLK_TCK);
+  return -tick < ofOthers && ofOthers < tick;
 }
 
 // Whether all the times of the process are those of the one thread that it has.

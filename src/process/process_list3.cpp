@@ -67,7 +67,7 @@ bool fetchFigures(_qzProcessList3& list, int idx, process_figures& figures) {
 }  // namespace
 
 _qzProcessList3::_qzProcessList3(bool const& fetchCpuMem)
-    : _qzProcessList3_data(fetchCpuMem), cpuInfoReady(false), collected(false), reservedBytes{} {
+    : _qzProcessList3_data(fetchCpuMem), cpuInfoReady(false), collected(false) {
   count = 0;
   initGetCPUInfo();
   clearDeltaInfo();

@@ -20,9 +20,9 @@ struct _qzProcessList3 : _qzProcessList3_data {
   // cpuTicks has been sampled for this snapshot. Lies in the block's last byte, so that
   // copyFromExternal takes over the source's.
   bool cpuInfoReady;
-  bool collected;  // a collection has run, whatever came of it
-  qzTimer timer;   // of the steps in collectLog
-  unsigned char reservedBytes[40];
+  bool collected;                   // a collection has run, whatever came of it
+  qzTimer timer;                    // of the steps in collectLog
+  unsigned char reservedBytes[40];  // nothing touches them, construction included
 
   // `fetchCpuMem`: whether collectAllProcesses_allInfo fetches CPU time and memory. Takes a first
   // wall-clock sample, without a time base for usage yet.

@@ -46,6 +46,8 @@ TEST(ProcessText, CutAtEveryLengthIsRefusedOrWhole) {
     auto const statm = exactly(std::string("3133440 414 300").substr(0, size));
     EXPECT_EQ(qz::detail::parseResidentPages(statm.data(), statm.size(), &pages), size >= 12);
     EXPECT_EQ(pages, size >= 12 ? 414u : 4u);
+    EXPECT_EQ(qz::detail::parseRunTime(statm.data(), statm.size(), &pages), size >= 8);
+    EXPECT_EQ(pages, size >= 8 ? 3133440u : 4u);
   }
 }
 

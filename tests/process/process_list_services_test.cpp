@@ -1,12 +1,17 @@
-// The light list on a machine that is played: faults, sizes and figures that no real one offers.
+// The lists on a machine that is played: faults, sizes, figures, clocks and users that no real one
+// offers.
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/time.h>
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <memory>
 
 #include "process/platform.h"
 #include "process/process_list.h"
+#include "process/process_list3.h"
 
 namespace {
 
@@ -19,6 +24,10 @@ struct played_machine {
   int fillFailure = 0;  // errno of filling
   query_answer answer = {query_answer::answered, 0};
   qz::detail::process_figures figures = {};
+  bool hasMemory = true;                           // for the buffer of a collection
+  std::map<unsigned, query_answer> gone = {};      // answers for single processes
+  long long enumerationTakes = 0, queryTakes = 0;  // microseconds; below 0 the clock is set back
+  long long clock = 1'000'000'000'250'003;         // microseconds since the epoch
 } played;
 
 std::unique_ptr<_qzProcessList2> collected(played_machine const& machine) {
@@ -28,6 +37,17 @@ std::unique_ptr<_qzProcessList2> collected(played_machine const& machine) {
   return list;
 }
 
+std::unique_ptr<_qzProcessList3> newList3(played_machine const& machine) {
+  played = machine;
+  return std::make_unique<_qzProcessList3>(true);
+}
+
+// By value: the numbers of a packed record take no reference.
+auto shown(_qzProcessList3::_prcInfo const& record) {
+  return std::tuple(double{record.cpuSeconds}, int{record.memoryMB},
+                    std::string(record.ownerText.asChar()));
+}
+
 TEST(PlayedProcessList, ACollectionIsWholeOrAnErrorAndEmpty) {
   std::tuple<played_machine, int, char const*> const rows[] = {
       {{.processes = 0}, 0, ""},
@@ -35,6 +55,7 @@ TEST(PlayedProcessList, ACollectionIsWholeOrAnErrorAndEmpty) {
       {{.processes = 4000}, 3999, ""},
       {{.processes = 5, .growths = 2}, 5, ""},
       {{.sizeFailure = EACCES}, 0, " sysctl:Permission denied"},
+      {{.processes = 3, .hasMemory = false}, 0, " sysctl:Cannot allocate memory"},
       {{.growths = 1, .fillFailure = ENOMEM}, 0, " sysctl:Cannot allocate memory"},
       {{.fillFailure = 12345}, 0, " sysctl:Error 12345."}};
   for (auto const& [machine, count, error] : rows) {
@@ -42,7 +63,17 @@ TEST(PlayedProcessList, ACollectionIsWholeOrAnErrorAndEmpty) {
     auto const list = collected(machine);
     EXPECT_STREQ(list->error.asChar(), error);
     ASSERT_EQ(list->count, count);
-    for (int i = 0; i < count; ++i) ASSERT_EQ(list->records[i].uid, i - 2);
+    auto const full = newList3(machine);
+    full->records[0].ownerText = "before";
+    full->records[3999].uid = 77;
+    EXPECT_TRUE(!full->collected && full->collectAllProcesses2() && full->collected);
+    EXPECT_STREQ(full->error.asChar(), error);
+    EXPECT_EQ(full->collectLog.asChar(),
+              "CollectAllProcesses_OS: .00s.ms; procCount: " + std::to_string(count));
+    for (int i = 0; i < count; ++i)
+      ASSERT_TRUE(list->records[i].uid == i - 2 && full->records[i].uid == i - 2);
+    EXPECT_TRUE(full->records[3999].uid == 77 &&
+                full->records[0].ownerText.isEmpty() == (count > 0));
   }
 }
 
@@ -100,6 +131,97 @@ TEST(PlayedProcessList, CpuTimeIsAddedInItsOrderOrRefused) {
   }
 }
 
+TEST(PlayedProcessList3, StampsLieAQuarterOfTheWayAndTheLogTellsEachStep) {
+  auto list = newList3({.processes = 2, .enumerationTakes = 7'000'007, .queryTakes = 510'000});
+  EXPECT_EQ(std::tuple(list->cpuTicks(), list->cpuDelta()), std::tuple(0x1.dcd6500200019p+29, 0));
+  EXPECT_TRUE(list->collectAllProcesses_allInfo());
+  EXPECT_STREQ(list->collectLog.asChar(),
+               "CollectAllProcesses_OS: 7.00s.ms; procCount: 2; init: .00s.ms; CPU+Mem: 1.02s.ms"
+               "; OwnerList important: .00s.ms");
+  EXPECT_EQ(std::pair(list->time.value + 0, list->timeMS + 0),
+            std::pair(1000000001L, 1000000002000L));
+  list->getProcessInfoMemCPUOnly(1);  // the first since the collection alone takes a sample
+  EXPECT_EQ(std::tuple(list->cpuTicks(), list->cpuDelta()),
+            std::tuple(0x1.dcd6503a00054p+29, 0x1.c0001d8p+2));
+  list->addErrorListCount();
+  EXPECT_STREQ(list->error.asChar(), "(pCount:2)  ");
+  list->creator_sharedOS();
+  EXPECT_EQ(std::tuple(int{list->count}, list->cpuDelta(), list->cpuInfoReady, list->collected),
+            std::tuple(0, 0.0, true, false));
+
+  // Set back by 7001 ms: both quarters are cut toward zero.
+  list = newList3({.processes = 2, .enumerationTakes = -7'001'000});
+  list->getCpuMem = false;
+  EXPECT_TRUE(list->collectAllProcesses_allInfo());
+  EXPECT_STREQ(list->collectLog.asChar(), "CollectAllProcesses_OS: 2147476.64s.ms; procCount: 2");
+  EXPECT_EQ(std::pair(list->time.value + 0, list->timeMS + 0),
+            std::pair(999999999L, 999999998500L));
+}
+
+TEST(PlayedProcessList3, ARefusalIsNoFaultAndAFaultEndsTheRun) {
+  std::tuple<query_answer, double, std::string> const rows[] = {
+      {{query_answer::access_refused, 5}, -5, ""},
+      {{query_answer::figures_refused, 5}, 0, ""},
+      {{query_answer::access_refused, EMFILE}, -EMFILE, "24. Too many open files"},
+      {{query_answer::figures_refused, 1005}, 0, "1005. Error 1005."}};  // Required: the same words
+  for (auto const& [answer, seconds, error] : rows) {
+    SCOPED_TRACE(error);
+    auto const list = newList3({.processes = 4, .gone = {{101, answer}}});
+    // The user time of ended threads is left out.
+    played.figures = {3000ull << 20, {1000, 0}, {1, 500000}, {{{2, 0}, {4, 0}, false}}};
+    bool const goesOn = error.empty();
+    EXPECT_EQ(list->collectAllProcesses_allInfo(), goesOn);
+    EXPECT_EQ(list->error.asChar(), goesOn ? "" : " task_for_pid failed. kr:" + error);
+    EXPECT_EQ(shown(list->records[0]), std::tuple(7.5, 3000, goesOn ? "-2" : ""));
+    EXPECT_EQ(shown(list->records[1]), std::tuple(seconds, 0, ""));
+    EXPECT_EQ(shown(list->records[3]), std::tuple(goesOn ? 7.5 : 0, goesOn ? 3000 : 1,
+                                                  goesOn ? "abcdefghijklmnopqrstuvwxy" : ""));
+    for (int i = 0; i < 40; ++i) EXPECT_EQ(list->getProcessInfo(1), goesOn);
+    EXPECT_EQ(list->error.length, goesOn ? 0 : 500);
+  }
+}
+
+// Required: slot 0 is never asked for, the slot behind the last one is, and the last never shows 0.
+TEST(PlayedProcessList3, SlotsAreTestedOneTooFarAndNotAtAllForZero) {
+  auto const list = newList3({.processes = 3});
+  list->collectAllProcesses2();
+  played.figures.endedSystem = {3, 0};
+  list->set_getCpuMemAtOnce(true);  // Required: can only be cleared
+  std::array<int, 4> const rows[] = {{0, 1, 0, 0}, {-1, 0, 0, 0}, {4, 0, 0, 0}, {3, 1, 3, 1}};
+  for (auto const& [slot, result, seconds, ofLast] : rows) {
+    SCOPED_TRACE(slot);
+    auto& record = list->records[std::max(slot, 0)];
+    record.cpuSeconds = 0;
+    EXPECT_EQ(list->getProcessInfo(slot), result == 1);
+    EXPECT_EQ(double{record.cpuSeconds}, seconds);
+    EXPECT_EQ(int{list->records[2].memoryMB}, ofLast);
+  }
+}
+
+TEST(PlayedProcessList3, OwnersAreThoseOfTheSystemAndOnlyTheImportantOnes) {
+  std::tuple<int, int, char const*, char const*> const rows[] = {
+      {1, 2000, "FINDE", "abcdefghijklmnopqrstuvwxy"}, {2, 2001, "A", ""}, {3, 2001, "B", "mia"},
+      {1, 0, "FINDER", "abcdefghijklmnopqrstuvwxy"},   {-2, 0, "C", "-2"}, {4, 2001, "D", "4"}};
+  auto const list = newList3({.processes = 6});
+  for (bool const importantOnly : {true, false}) {
+    list->collectAllProcesses2();
+    for (int i = 0; i < 6; ++i)
+      std::tie(list->records[i].uid, list->records[i].memoryMB, list->records[i].name,
+               std::ignore) = rows[i];
+    list->collectOwner(importantOnly);
+    EXPECT_TRUE(list->collectLog.endsWith(importantOnly ? "; OwnerList important: .00s.ms"
+                                                        : "; OwnerList All: .00s.ms"));
+    for (int i = 0; i < 6; ++i) {
+      auto const& [uid, memory, name, owner] = rows[i];
+      bool const isAsked = !importantOnly || memory > 2000 || i == 3;
+      EXPECT_STREQ(list->records[i].ownerText.asChar(), isAsked ? owner : "") << i;
+      EXPECT_STREQ(_qzProcessList3::getProcessOwner(uid).asChar(), owner);
+    }
+  }
+  list->records[0].ownerText = "stored";
+  EXPECT_STREQ(list->records[0].owner().asChar(), "stored");
+}
+
 }  // namespace
 
 qz::detail::enumeration qz::detail::enumerateProcesses(process_entry* entries, int& count) {
@@ -107,6 +229,7 @@ qz::detail::enumeration qz::detail::enumerateProcesses(process_entry* entries, i
   if (!isQuestion && --played.growths >= 0) return enumeration::grew;
   errno = isQuestion ? played.sizeFailure : played.fillFailure;
   if (errno != 0) return enumeration::failed;
+  if (!isQuestion) played.clock += played.enumerationTakes;
   // As long as the machine grows it tells too small a size.
   count = std::min(isQuestion ? 9999 : count, played.growths > 0 ? 1 : played.processes);
   for (unsigned i = 0; !isQuestion && i < static_cast<unsigned>(count); ++i)
@@ -114,7 +237,29 @@ qz::detail::enumeration qz::detail::enumerateProcesses(process_entry* entries, i
   return enumeration::complete;
 }
 
-query_answer qz::detail::queryProcess(unsigned /*pid*/, process_figures& figures) {
+query_answer qz::detail::queryProcess(unsigned pid, process_figures& figures) {
+  played.clock += played.queryTakes;
   figures = played.figures;
-  return played.answer;
+  auto const answer = played.gone.contains(pid) ? played.gone[pid] : played.answer;
+  errno = answer.code;
+  return answer;
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& /*tag*/) noexcept {
+  errno = ENOMEM;
+  return played.hasMemory ? operator new[](size) : nullptr;
+}
+
+extern "C" int gettimeofday(timeval* now, void* /*zone*/) noexcept {
+  *now = {played.clock / 1'000'000, played.clock % 1'000'000};
+  return 0;
+}
+
+extern "C" time_t time(time_t* /*now*/) noexcept { return played.clock / 1'000'000; }
+
+extern "C" passwd* getpwuid(uid_t user) {
+  static char longName[] = "abcdefghijklmnopqrstuvwxyzABCD", shortName[] = "mia";
+  static passwd found = {};
+  found.pw_name = user == 1 ? longName : user == 3 ? shortName : nullptr;
+  return user >= 1 && user <= 3 ? &found : nullptr;
 }

@@ -1,4 +1,4 @@
-// The light list against the real system and its faults.
+// The lists against the real system and its faults.
 #undef _FORTIFY_SOURCE  // hardened headers define read inline and leave no room for the one below
 #include "process/process_list.h"
 
@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -15,9 +16,11 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <thread>
 
 #include "process/platform.h"
+#include "process/process_list3.h"
 
 namespace {
 
@@ -134,6 +137,47 @@ TEST(ProcessInfo, TellsLiveAndEndedThreadsApart) {
   }
 }
 
+TEST(ProcessList3, AFullRunInAnotherProcessIsCopiedWhole) {
+  auto* const shared = static_cast<_qzProcessList3*>(
+      mmap(nullptr, static_cast<std::size_t>(_qzProcessList3::classMemDataSize()),
+           PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  still_child const finder([] { prctl(PR_SET_NAME, "Finder"), burn(); });
+  std::optional<still_child> ending([] {});
+  still_child const collector([shared] {
+    new (shared) _qzProcessList3(true);
+    shared->creator_sharedOS();
+    shared->collectAllProcesses_allInfo();
+  });
+  auto const list = std::make_unique<_qzProcessList3>(false);
+  list->cpuInfoReady = false;
+  list->copyFromExternal(shared);
+  EXPECT_EQ(std::memcmp(list.get(), shared, 321052), 0);
+  munmap(shared, sizeof *shared);
+  EXPECT_TRUE(list->cpuInfoReady && list->getCpuMem && !list->collected);
+  EXPECT_STREQ(list->error.asChar(), "");
+  auto const& found = list->records[list->getListIdxByPID(static_cast<unsigned>(finder.pid))];
+  EXPECT_STREQ(found.name.asChar(), "FINDER");
+  EXPECT_STREQ(found.ownerText.asChar(), getpwuid(geteuid())->pw_name);
+  EXPECT_NEAR(double{found.cpuSeconds}, 0.5, 0.2);
+  int const slot = list->getListIdxByPID(static_cast<unsigned>(ending->pid));
+  ending.reset();
+  EXPECT_TRUE(list->getProcessInfo(slot));  // it has vanished
+  EXPECT_EQ(double{list->records[slot].cpuSeconds}, -5.0);
+}
+
+TEST(ProcessInfo, ReadsNoThreadThatNeedNotBeRead) {
+  still_child const idle([] {}), busy(burn), ended([] { std::thread(burn).join(); });
+  bool const tellsTime = access("/proc/self/schedstat", R_OK) == 0;
+  for (pid_t const pid : {idle.pid, busy.pid, ended.pid}) {
+    auto const stat = "/task/" + std::to_string(pid) + "/stat";
+    faults = {.failingPath = stat, .failure = EINTR, .failures = 1};
+    qz::detail::process_figures figures;
+    EXPECT_EQ(qz::detail::queryProcess(static_cast<unsigned>(pid), figures).code, 0);
+    EXPECT_EQ(faults.failures == 0, pid == ended.pid || (pid == busy.pid && !tellsTime));
+    EXPECT_GT(figures.residentBytes, 0u);
+  }
+}
+
 // One descriptor opens /proc, but not a file in it. The second round with two would miss those that
 // were not given back.
 TEST(ProcessFaults, NoDescriptorsLeftIsAnErrorAndNoEmptyMachine) {
@@ -142,12 +186,17 @@ TEST(ProcessFaults, NoDescriptorsLeftIsAnErrorAndNoEmptyMachine) {
   getrlimit(RLIMIT_NOFILE, &before);
   int const lowest = dup(STDIN_FILENO);
   close(lowest);
+  auto const full = std::make_unique<_qzProcessList3>(true);
+  full->collectAllProcesses2();
   for (int const left : {0, 1, 2, 2}) {
     rlimit const limits = {static_cast<rlim_t>(lowest + left), before.rlim_max};
     setrlimit(RLIMIT_NOFILE, &limits);
     snapshot const all(child.pid);
     if (all.slot >= 0) all.list->getProcessInfoMemCPUOnly(all.slot);
+    bool const isFault =
+        !full->getProcessInfo(full->getListIdxByPID(static_cast<unsigned>(child.pid)));
     setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(isFault, left == 0);
     EXPECT_EQ(all.shown, left < 2 ? kNoFiles : "SEEN") << left;
   }
 }
@@ -170,6 +219,10 @@ TEST(ProcessFaults, ProcHidesNamesOrProcessesOrAll) {
       EXPECT_TRUE((setgroups(0, nullptr) == 0 && setgid(65534) == 0 && setuid(65534) == 0) ||
                   unshare(CLONE_NEWUSER) == 0);
       EXPECT_EQ(snapshot(hermit.pid).shown, shown[i]);
+      auto const full = std::make_unique<_qzProcessList3>(true);
+      EXPECT_TRUE(full->collectAllProcesses_allInfo());
+      EXPECT_STREQ(full->error.asChar(), i == 3 ? kNoProc : "");
+      EXPECT_EQ(full->count > 1 && full->records[1].cpuSeconds == -5, i == 1);
       _exit(HasFailure());
     }
     int status = -1;
@@ -187,7 +240,10 @@ TEST(ProcessFaults, AScanWithoutTheOwnProcessIsRepeatedTwice) {
 }
 
 TEST(ProcessFaults, AnUnreadableFileDecidesByItsCause) {
-  still_child const child([] { prctl(PR_SET_NAME, "faulty"); });
+  still_child const child([] {
+    prctl(PR_SET_NAME, "faulty");
+    std::thread(burn).join();  // so that the threads have to be read
+  });
   std::string const id = "/" + std::to_string(child.pid), first = "/proc" + id + "/stat";
   std::tuple<int, int, char const*> const rows[] = {
       {EINTR, 0, "FAULTY"}, {ESRCH, 5, kGone},           {ENOENT, 5, kGone},
@@ -198,12 +254,12 @@ TEST(ProcessFaults, AnUnreadableFileDecidesByItsCause) {
     SCOPED_TRACE(failure);
     faults = {.failingPath = id + "/stat", .failure = failure, .failures = 1};
     EXPECT_EQ(snapshot(child.pid).shown, shown);
-    for (auto const& path : {first, id + "/statm", "/task" + id + "/stat"}) {
+    for (auto const& path : {first, id + "/schedstat", id + "/statm", "/task" + id + "/stat"}) {
       SCOPED_TRACE(path);
       faults = {.failingPath = path, .failure = failure, .failures = 1};
       qz::detail::process_figures figures;
       auto const answer = qz::detail::queryProcess(static_cast<unsigned>(child.pid), figures);
-      EXPECT_EQ(answer.code, code);
+      EXPECT_EQ(answer.code, path.ends_with("schedstat") ? 0 : code);
       EXPECT_EQ(answer.outcome == query_answer::access_refused, code != 0 && path == first);
     }
   }
