@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <numeric>
@@ -72,7 +73,8 @@ struct search {
   // Tests the characters first that are rarest in a sample of the data.
   void probeRareCharacters() {
     int seen[256] = {};
-    for (int i = 0; i < kSamples; ++i) ++seen[bytes[span / kSamples * i]];
+    std::ptrdiff_t const stride = span / kSamples;
+    for (int i = 0; i < kSamples; ++i) ++seen[bytes[i * stride]];
     auto const occurrences = [&](int i) {
       auto const u = static_cast<unsigned char>(upper.data[i]);
       auto const l = static_cast<unsigned char>(lower.data[i]);

@@ -84,7 +84,10 @@ struct _QZ_DataBuffer : _QZ_DataBuffer_Header {
     int const bytes = count;
     std::int64_t const needed = std::int64_t{dataSize} + bytes;
     if (needed > capacity || dataSize < 0) return writeGrowing(source, bytes);
-    if (bytes > 0) std::memmove(data + dataSize, source, static_cast<std::size_t>(bytes));
+    if (bytes == 1)
+      data[dataSize] = *source;
+    else if (bytes > 0)
+      std::memmove(data + dataSize, source, static_cast<std::size_t>(bytes));
     dataSize = static_cast<std::int32_t>(needed);
   }
 

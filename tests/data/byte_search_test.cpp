@@ -2,24 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
+#include <cstdlib>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "data/data_buffer.h"
 
-static std::mt19937 numbers{20};
-
 static int place(std::size_t i) { return static_cast<int>(i); }  // npos as -1
-static std::size_t below(std::size_t limit) { return numbers() % limit; }
+static std::size_t below(std::size_t limit) { return static_cast<unsigned>(std::rand()) % limit; }
 static qz::detail::search_text textOf(std::string const& s) { return {s.data(), place(s.size())}; }
 static std::string uppered(std::string text) {
   for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
   return text;
 }
-// Letters of a small alphabet, or a period of them.
-static std::string make(std::size_t count) {
+static std::string make(std::size_t count) {  // of a small alphabet, or with a period
   std::string text(count, 0), alphabets[] = {"a", "aB", "aaaaab", "abAB", {"\0a\xff", 3}, "az[{@`"};
   std::string const& alphabet = alphabets[below(6)];
   std::size_t const period = below(2) == 0 ? count : 1 + below(7);
