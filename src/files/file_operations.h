@@ -33,6 +33,7 @@ bool qzFileExists(_qzString<500> const& name);
 // first with `overwrite`, whatever comes of the copy, and without it the result is true and nothing
 // happens. The mode of the copy is that of the source and 0664, less the umask. A partly written
 // target stays behind; a write that a full disk cut short leaves errno as the look for `to` did.
+// `to` must not name the same file as `from`: with `overwrite` that deletes it.
 //
 // After each full chunk the copy sleeps `sleepMs` milliseconds, if that is positive. It is read
 // anew each time: another thread may change the pace of a copy that runs.
@@ -54,7 +55,7 @@ _qzString<500> qzDeleteFile(_qzString<500> const& name);
 
 // Renames the file `from`. An existing file `to` is deleted first with `overwrite`, and without it
 // the result is true and nothing happens, `from` remains. False if `from` is no file; by then an
-// existing `to` is gone.
+// existing `to` is gone. So is a file that both name.
 bool qzRenameFile(_qzString8_allSize<500> const& from, _qzString8_allSize<500> const& to,
                   bool overwrite);
 

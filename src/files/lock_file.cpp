@@ -87,6 +87,9 @@ bool takeLock(_qzString<250> const& lockFileName, std::FILE*& lockFile, std::int
     return false;
   }
 
+  // Nothing is buffered: a buffer would cost a block of memory and, to find its size, a look at the
+  // file.
+  (void)std::setvbuf(lockFile, nullptr, _IONBF, 0);
   auto const text = contentsFor(lockedBy);
   // The file's existence is the lock; whether anybody can read in it is not looked at.
   (void)std::fwrite(text.asChar(), 1, text.length, lockFile);

@@ -1,6 +1,6 @@
 #include "files/file_operations.h"
 
-#include <pthread.h>
+#include <sys/time.h>
 
 #include <thread>
 
@@ -28,37 +28,33 @@ struct Files : files_scene {  // one of each kind
 };
 
 TEST_F(Files, AreWhatHasNoDirectoryBit) {
-  _qzTime now(true), seven(false);
-  seven.value = 7;
-  EXPECT_TRUE(qzSetFileTime(p(regular), &seven));
+  _qzTime now(true), time(false);
+  EXPECT_TRUE(qzSetFileTime(p(regular), nullptr) && qzFileExists(p(regular), &time, nullptr));
+  EXPECT_TRUE(time.value >= now.value && time.value < now.value + 60);
+  time.value = 7;
+  EXPECT_TRUE(qzSetFileTime(p(regular), &time));
+  // Of 500 units the last is not asked for.
+  auto const full = folder + std::string(500 - folder.size() - 8, '/') + "regularX";
+  EXPECT_TRUE(qzFileExists(_qzString<500>(full.c_str())));
   std::pair<std::string, bool> const rows[] = {{regular, true},    {link, true},  {missing, false},
                                                {directory, false}, {sock, false}, {"", false}};
   for (auto const& [path, isFile] : rows) {
-    SCOPED_TRACE(path);
-    _qzString8_allSize<250> const shorter = path.c_str();
-    _qzString<500> const wide = path.c_str();
-    for (int overload = 0; overload < 3; ++overload) {
-      _qzTime time(true);
-      long long size = -1;
-      EXPECT_EQ(isFile, overload == 0   ? qzFileExists(p(path), &time, &size)
-                        : overload == 1 ? qzFileExists(shorter, &time, &size)
-                                        : qzFileExists(wide, &time, &size));
-      EXPECT_EQ(time.value * 10 + size, isFile ? 75 : 0);
-    }
-    EXPECT_EQ(qzFileExists(wide), isFile);
+    long long size = -1;
+    auto const check = [&](bool result) {
+      EXPECT_TRUE(result == isFile && time.value == 7 * isFile && size == 5 * isFile) << path;
+      time.value = size = -1;
+    };
+    check(qzFileExists(p(path), &time, &size));
+    check(qzFileExists(_qzString8_allSize<250>(path.c_str()), &time, &size));
+    check(qzFileExists(_qzString<500>(path.c_str()), &time, &size));
+    EXPECT_EQ(qzFileExists(_qzString<500>(path.c_str())), isFile);
   }
-  // Of 500 units the last is not asked for.
-  auto const full = folder + std::string(500 - folder.size() - 8, '/') + "regularX";
-  EXPECT_TRUE(qzFileExists(_qzString<500>(full.c_str()), &seven, nullptr) && seven.value == 7);
-  EXPECT_TRUE(qzSetFileTime(p(regular), nullptr) && qzFileExists(p(regular), &seven, nullptr));
-  EXPECT_TRUE(seven.value >= now.value && seven.value < now.value + 60);
 }
 
 TEST_F(Files, CopyGoesInChunksAndKeepsModeAndTimes) {
   std::pair<int, int> const rows[] = {{0, 0},       {4096, 0},    {0x7FFFF, 0},
                                       {0x80000, 1}, {0x80001, 1}, {0x100000, 2}};
   for (auto const& [size, expectedPauses] : rows) {
-    SCOPED_TRACE(size);
     auto const from = makeFile(at("from"), bytes(size));
     timeval const times[] = {{1000, 5}, {2000, 5}};
     EXPECT_EQ(chmod(from.c_str(), 0711) + utimes(from.c_str(), times), 0);
@@ -67,157 +63,124 @@ TEST_F(Files, CopyGoesInChunksAndKeepsModeAndTimes) {
       EXPECT_EQ(pause, 1000u * static_cast<useconds_t>(pace++));  // read anew each time
       ++pauses;
     };
-    EXPECT_TRUE(qzCopyFile(p(from), p(to), true, pace, nullptr));
-    EXPECT_EQ(pauses, expectedPauses);
+    EXPECT_TRUE(qzCopyFile(p(from), p(to), true, pace, nullptr) && pauses == expectedPauses);
     struct stat status = {};
-    stat(to.c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777u, 0755u);
-    EXPECT_EQ(status.st_atime * 10000 + status.st_mtime, 10002000);
-    EXPECT_TRUE(textOf(to) == bytes(size));
+    EXPECT_TRUE(stat(to.c_str(), &status) == 0 && (status.st_mode & 07777) == 0755);
+    EXPECT_TRUE(status.st_atime == 1000 && status.st_mtime == 2000 && textOf(to) == bytes(size));
   }
 }
 
 TEST_F(Files, TailTestLooksAtTheListedBytesOnly) {
-  std::vector<std::size_t> const few = {1}, some = {1, 7, 10}, more = {1, 50, 300},
-                                 most = {1, 50, 200, 201, 202, 500, 501};
-  std::pair<std::size_t, std::vector<std::size_t>> const rows[] = {
-      {1, few},    {10, few},   {11, some},  {300, some},
-      {301, more}, {500, more}, {501, most}, {0x80000 + 600, most}};
-  for (auto const& [size, offsets] : rows) {
-    std::string text(size, 'x');
-    bool tail = true;
-    for (std::size_t i = 0; i < offsets.size(); text[size - offsets[i++]] = 0) {
-      EXPECT_TRUE(qzCopyFile(p(makeFile(at("from"), text)), p(to), true, 0, &tail));
-      EXPECT_FALSE(tail) << size << ' ' << offsets[i];
+  std::vector<int> const few = {1}, some = {1, 7, 10}, more = {1, 50, 300},
+                         most = {1, 50, 200, 201, 202, 500, 501};
+  std::pair<int, std::vector<int>> const rows[] = {{1, few},    {10, few},   {11, some},
+                                                   {300, some}, {301, more}, {500, more},
+                                                   {501, most}, {600, most}, {0x80000 + 1, few}};
+  for (auto const& [size, offsets] : rows)
+    for (std::string text(static_cast<std::size_t>(size), 'x'); int const offset : offsets) {
+      bool before = true, after = false;
+      EXPECT_TRUE(qzCopyFile(p(makeFile(at("from"), text)), p(to), true, 0, &before));
+      text[static_cast<std::size_t>(size - offset)] = 0;
+      EXPECT_TRUE(qzCopyFile(p(makeFile(at("from"), text)), p(to), true, 0, &after));
+      EXPECT_TRUE(!before && after == (offset == offsets.back())) << size << ' ' << offset;
     }
-    EXPECT_TRUE(qzCopyFile(p(makeFile(at("from"), text)), p(to), true, 0, &tail) && tail) << size;
-  }
-}
-
-TEST_F(Files, WhatIsSoAlreadyIsSuccess) {
-  bool tail = true;
-  auto const other = makeFile(at("other"), "abc");
-  EXPECT_TRUE(qzCopyFile(p(other), p(regular), false, 0, &tail) && tail);
-  EXPECT_TRUE(qzRenameFile(p(other), p(regular), false) && copy(missing, regular, false));
-  EXPECT_EQ(textOf(regular), "12345");
-  EXPECT_TRUE(qzDeleteFile(p(missing)) && qzRenameFile(p(other), p(regular), true));
-  EXPECT_TRUE(textOf(regular) == "abc" && !isThere(other));
-  // Required: the target goes before anybody looks at the source.
-  EXPECT_FALSE(copy(missing, regular) || isThere(regular));
 }
 
 TEST_F(Files, FailingCallsTellTheCauseAndLeaveTheRest) {
-  auto const large = makeFile(at("large"), bytes(200000)), hidden = makeFile(at("hidden")),
-             small = at("small");
+  auto const hidden = makeFile(at("hidden")), small = at("small"), created = small + "/new";
   chmod(hidden.c_str(), 0);
   inChild([&] {
-    auto const kept = mountSmall(small);
+    auto const kept = mountSmall(small), large = makeFile(at("large"), bytes(200000));
     // A write that stops half-way is no failed call: the last one was the look for the target.
     EXPECT_TRUE(!copy(large, small + "/part") && errno == ENOENT);
     EXPECT_GT(std::filesystem::file_size(small + "/part"), 40000u);
     EXPECT_TRUE(!copy(large, small + "/none") && errno == ENOSPC && isThere(small + "/none"));
-    makeReadOnly(small);
+    mountSmall(small, MS_REMOUNT | MS_RDONLY);
     struct {
       char what;  // copy, rename, delete, time, folder
       std::string from, goal;
       int cause;
-    } const rows[] = {{'c', directory, to, ENOENT},
-                      {'c', sock, to, ENOENT},
-                      {'c', regular, directory, EISDIR},
-                      {'c', regular, sock, ENXIO},
-                      {'c', regular, missing + "/x", ENOENT},
-                      {'c', regular, small + "/new", EROFS},
-                      {'c', regular, kept, EROFS},
-                      {'c', hidden, to, EACCES},
-                      {'r', directory, to, ENOENT},
-                      {'r', regular, directory, EISDIR},
-                      {'r', kept, small + "/new", EROFS},
-                      {'r', regular, to, EACCES},
-                      {'d', directory, "", EISDIR},
-                      {'d', kept, "", EROFS},
-                      {'t', missing, "", ENOENT},
-                      {'t', regular, "", EPERM},
-                      {'f', regular, "", EEXIST},
-                      {'f', small + "/a/b", "", EROFS}};
-    for (auto const& row : rows)
-      inChild([&] {
-        EXPECT_EQ(setuid(row.cause == EACCES || row.cause == EPERM ? 65534 : 0), 0);
-        EXPECT_FALSE(row.what == 'c'   ? copy(row.from, row.goal)
-                     : row.what == 'r' ? qzRenameFile(p(row.from), p(row.goal), true)
-                     : row.what == 'd' ? qzDeleteFile(p(row.from))
-                     : row.what == 't' ? qzSetFileTime(p(row.from), nullptr)
-                                       : qzCreateFolder(p(row.from), true));
-        EXPECT_EQ(errno, row.cause) << row.what << ' ' << row.from << ' ' << row.goal;
-        EXPECT_EQ(textOf(kept) + textOf(regular), "kept12345");
-      });
+    } const rows[] = {{'c', directory, to, ENOENT},      {'c', sock, to, ENOENT},
+                      {'c', regular, directory, EISDIR}, {'c', regular, sock, ENXIO},
+                      {'c', regular, created, EROFS},    {'c', regular, missing + "/x", ENOENT},
+                      {'c', regular, kept, EROFS},       {'c', hidden, to, EACCES},
+                      {'r', directory, to, ENOENT},      {'r', regular, directory, EISDIR},
+                      {'r', kept, created, EROFS},       {'r', regular, to, EACCES},
+                      {'d', directory, "", EISDIR},      {'d', kept, "", EROFS},
+                      {'t', missing, "", ENOENT},        {'t', regular, "", EPERM},
+                      {'f', regular, "", EEXIST},        {'f', small + "/a/b", "", EROFS}};
+    for (auto const& [what, from, goal, cause] : rows) {
+      EXPECT_EQ(seteuid(cause == EACCES || cause == EPERM ? 65534 : 0), 0);
+      EXPECT_FALSE(what == 'c'   ? copy(from, goal)
+                   : what == 'r' ? qzRenameFile(p(from), p(goal), true)
+                   : what == 'd' ? qzDeleteFile(p(from))
+                   : what == 't' ? qzSetFileTime(p(from), nullptr)
+                                 : qzCreateFolder(p(from), true));
+      EXPECT_EQ(errno, cause) << what << ' ' << from << ' ' << goal;
+      EXPECT_EQ(textOf(kept) + textOf(regular), "kept12345");
+    }
     EXPECT_TRUE(qzDeleteFile(_qzString<500>(kept.c_str())) ==
                 "Unable to delete file, Read-only file system");
   });
+  // What is so already is success.
+  EXPECT_TRUE(copy(missing, regular, false) && qzRenameFile(p(hidden), p(regular), false));
+  EXPECT_TRUE(isThere(hidden) && qzDeleteFile(p(missing)) && textOf(regular) == "12345");
   EXPECT_TRUE(qzDeleteFile(_qzString<500>(directory.c_str())).isEmpty() && isThere(directory));
-  EXPECT_TRUE(qzDeleteFile(_qzString<500>(regular.c_str())).isEmpty() && !isThere(regular));
-}
-
-// Feeds the pipe while signals are handled; `flags` tell whether a read goes on by itself.
-void copyUnderSignals(std::string const& fifo, std::string const& to, int flags, int pieces) {
-  std::thread writer([&, reader = pthread_self()] {
-    std::ofstream pipe(fifo);
-    for (int i = 0; i < 50; ++i) usleep(5000), pthread_kill(reader, SIGALRM);
-    for (int i = 0; i < pieces; ++i) usleep(5000), pipe << bytes(50) << std::flush;
-  });
-  startSignals(flags, 0);
-  EXPECT_TRUE(copy(fifo, to));
-  writer.join();
+  EXPECT_TRUE(qzDeleteFile(_qzString<500>(hidden.c_str())).isEmpty() && !isThere(hidden));
+  EXPECT_TRUE(qzRenameFile(p(regular), p(makeFile(to)), true) && textOf(to) == "12345");
+  // Required: the target goes before anybody looks at the source.
+  EXPECT_TRUE(!copy(missing, to) && !isThere(to));
 }
 
 TEST_F(Files, ASignalDuringAReadRepeatsTheWriteWithoutEnd) {  // Required
-  inChild([&] { copyUnderSignals(fifo, to, SA_RESTART, 20); });
+  auto const copyUnderSignals = [&](int flags) {
+    handle(SIGUSR1, flags);  // with SA_RESTART the read goes on by itself
+    std::thread writer([&, reader = pthread_self()] {
+      std::ofstream pipe(fifo);
+      for (int i = 0; i < 50; ++i) usleep(5000), pthread_kill(reader, SIGUSR1);
+      for (int i = 0; i < 20; ++i) usleep(5000), pipe << bytes(50) << std::flush;
+    });
+    EXPECT_TRUE(copy(fifo, to));
+    writer.join();
+  };
+  inChild([&] { copyUnderSignals(SA_RESTART); });
   EXPECT_EQ(std::filesystem::file_size(to), 1000u);
-  EXPECT_FALSE(endsWithin(1, [&] { copyUnderSignals(fifo, to, 0, 1); }));
+  inChild([&] { copyUnderSignals(0); }, SIGALRM, 1);
   EXPECT_GT(std::filesystem::file_size(to), 1000u);
-  inChild([&] {  // a file's reads are not interrupted
-    startSignals(0);
-    EXPECT_TRUE(copy(makeFile(at("from"), bytes(8 << 20)), to) && textOf(to) == bytes(8 << 20));
-  });
 }
 
 TEST_F(Files, FoldersAreMadeByTheirLength) {
-  struct {
-    char const* path;
-    bool recursive, result;
-  } const rows[] = {{"", true, true},        {"/", true, true},        {"ab", true, false},
-                    {"ab", false, true},     {"ab", false, false},  // Required: not looked for
-                    {"abc/cd/", true, true}, {"abc/cd/", false, true}, {"xyz/cd", false, false}};
   inChild([&] {
     std::filesystem::current_path(folder);
-    for (auto const& row : rows)
-      EXPECT_EQ(qzCreateFolder(row.path, row.recursive), row.result) << row.path;
-    EXPECT_TRUE(isThere("ab") && isThere("abc/cd") && !isThere("xyz"));
+    EXPECT_TRUE(qzCreateFolder("", true) && qzCreateFolder("/", true));
+    EXPECT_TRUE(!qzCreateFolder("ab", true) && qzCreateFolder("ab", false) && isThere("ab"));
+    EXPECT_FALSE(qzCreateFolder("ab", false));  // Required: two characters are not looked for
+    EXPECT_FALSE(qzCreateFolder("abc/cd/", false) || !qzCreateFolder("abc/cd/", true));
+    EXPECT_TRUE(qzCreateFolder("abc/cd/", false) && isThere("abc/cd"));
   });
 }
 
 TEST(CopyStats, SentenceTellsSizeTimeAndPace) {
-  _copystats stats;
-  auto const says = [&](char const* count, char const* size, char const* time, char const* rest) {
-    auto const text = std::string(count) + " files copied ( " + size + " MiB. " + time + rest;
-    EXPECT_EQ(stats.asString().asChar(), text + "% )");
-  };
-  says("0", "0.00", "0.00s", ". 0.000 MiB/s. Copy speed setting: 100");
-  stats.addFile(3 << 20, 1500);
-  EXPECT_STREQ(stats.asString(true).asChar(),
-               "   1 files copied (    3.00 MiB. 1.50s.   2.000 MiB/s. Copy speed setting: 100% )");
-  stats.addFile(2 << 20, 58500, 5000, 0);  // chunks of 1 MiB
-  says("2", "5.00", "60.00s", ". 0.083 MiB/s. Copy speed setting: 83");
-  stats.addFile((1 << 20) - 1, 1);  // below a chunk
-  says("3", "6.00", "1.00m.s", ". 0.100 MiB/s. Copy speed setting: 83");
-  stats.addFile(-1, 1, 1, 1), stats.addFile(1, -1);
-  stats.addFile(6553700, 64999, 100, 100);  // 65539 chunks, which wrap to one more
-  says("4", "12.25", "2.05m.s", ". 0.098 MiB/s. Copy speed setting: 100");
-  stats.addFile(0, 0, -3, -3);
-  EXPECT_EQ(stats.chunkCount + stats.sleepPerChunkMs + stats.chunkSize, 3 + copyFile_chunksize());
-  stats = {8 << 20, 15000, 1, 100000, 0, 0};
-  says("1", "8.00", "1.40m.s", ". 0.080 MiB/s. Copy speed setting: -20");
-  stats = {0, 32767, 1, 1, 65535, 1};
-  says("1", "0.00", "0.00s", ". 0.000 MiB/s. Copy speed setting: -2147483648");
+  _copystats added;
+  added.addFile(8 << 20, 50000, 5000, 0);                        // 8 chunks of 1 MiB
+  added.addFile((1 << 20) - 1, 1);                               // below a chunk
+  added.addFile(-1, 1, 1, 1), added.addFile(1, -1, 1, 1);        // nothing
+  added.addFile(65534LL << 20, 0, 5000, -1), --added.fileCount;  // wraps to 6
+  struct {
+    _copystats stats;  // bytes, pause, files, ms, chunks, chunk size
+    char const *size, *time, *speed, *percent;
+  } rows[] = {{{3 << 20, 0, 2, 1509, 0, 0}, "3.00", "1.50s", "1.988", "100"},
+              {{0, 0, 2, 0, 0, 0}, "0.00", "0.00s", "0.000", "100"},
+              {{8 << 20, 9000, 2, 60000, 0, 0}, "8.00", "60.00s", "0.133", "-20"},
+              {{0, 50, 2, 125000, 500, 1}, "0.00", "2.05m.s", "0.000", "80"},
+              {{0, 32767, 2, 1, 65535, 1}, "0.00", "0.00s", "0.000", "-2147483648"},
+              {added, "65543.00", "50.00s", "1310.834", "40"}};
+  for (auto& [stats, size, time, speed, percent] : rows)
+    EXPECT_EQ(stats.asString().asChar(), std::string("2 files copied ( ") + size + " MiB. " + time +
+                                             ". " + speed +
+                                             " MiB/s. Copy speed setting: " + percent + "% )");
+  EXPECT_STREQ(rows[0].stats.asString(true).asChar(),
+               "   2 files copied (    3.00 MiB. 1.50s.   1.988 MiB/s. Copy speed setting: 100% )");
 }
 
 }  // namespace

@@ -1,8 +1,5 @@
 #include "files/log_file.h"
 
-#include <cerrno>
-#include <regex>
-
 #include "files/scene.h"
 
 namespace {
@@ -17,12 +14,9 @@ TEST_F(LogFile, TakesOneLineAtATime) {
   EXPECT_EQ(textOf(at("log")), "a");  // Required: no line feed behind a zero byte
   std::string const full(5000, 'x');
   EXPECT_TRUE(writeToLogFile(log, full.c_str(), true, false) && textOf(at("log")) == full);
-  EXPECT_TRUE(writeToLogFile(log, full.c_str(), true, true));
-  EXPECT_TRUE(std::regex_match(textOf(at("log")).substr(0, 19),
-                               std::regex("\\d\\d\\.\\d\\d\\. \\d\\d:\\d\\d\\.\\d\\d: xx")));
-  EXPECT_EQ(textOf(at("log")).substr(17), full.substr(17));
-  EXPECT_FALSE(writeToLogFile(nowhere, "x", true, true));
-  EXPECT_TRUE(errno == ENOENT && !isThere(at("no")));
+  EXPECT_TRUE(writeToLogFile(log, full.c_str(), true, true) && textOf(at("log")).size() == 5000);
+  EXPECT_EQ(textOf(at("log")).find(": xx"), 15u);
+  EXPECT_TRUE(!writeToLogFile(nowhere, "x", true, true) && errno == ENOENT && !isThere(at("no")));
   EXPECT_TRUE(writeToLogFile("/dev/full", "x", false, false));  // a failing write goes unseen
   EXPECT_STREQ(qzGetTempDir().asChar(), "/tmp/");
 }

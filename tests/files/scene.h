@@ -6,13 +6,12 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <regex>
 
 #include "tool/sleep_hook.h"
 #include "tool/tool_driver.h"
@@ -23,7 +22,6 @@ struct files_scene : testing::Test {
   ~files_scene() override { insteadOfSleeping = {}, std::filesystem::remove_all(folder); }
   std::string at(std::string const& name) const { return folder + "/" + name; }
 };
-
 inline std::string makeFile(std::string const& path, std::string const& text = "x") {
   std::ofstream(path) << text;
   return path;
@@ -33,44 +31,33 @@ inline std::string textOf(std::string const& path) {
 }
 inline bool isThere(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
-// Runs `body` in a child, which is ended after so many seconds; returns whether it had ended by
-// itself. EXPECT failures in it are printed and fail the calling test.
-inline bool endsWithin(unsigned seconds, std::function<void()> const& body) {
+// Runs `body` in a child that SIGALRM ends after so many seconds, and expects it to end with this
+// status. EXPECT failures in it are printed and make that 256.
+inline void inChild(std::function<void()> const& body, int expected = 0, unsigned seconds = 60) {
+  int status = 0;
   pid_t const pid = fork();
   if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (fork() != 0) {  // the guard: its alarm ends it, and with it what it waits for
-      int status = 0;
-      alarm(seconds);
-      _exit(wait(&status) > 0 && status == 0 ? 0 : 1);
-    }
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    alarm(seconds);
     body();
     std::fflush(stdout);
     _exit(testing::Test::HasFailure() ? 1 : 0);
   }
-  int status = 0;
   waitpid(pid, &status, 0);
-  EXPECT_TRUE(WIFSIGNALED(status) || status == 0) << "in the child, see above";
-  return !WIFSIGNALED(status);
+  EXPECT_EQ(status, expected) << "in the child, see above";
 }
-inline void inChild(std::function<void()> const& body) { EXPECT_TRUE(endsWithin(60, body)); }
 
-// For children only: 64 KiB with the file "kept", and a handled signal every two milliseconds.
-inline std::string mountSmall(std::string const& path) {
-  driver::enterOwnMountNamespace();
-  EXPECT_EQ(mkdir(path.c_str(), 0755) + mount("none", path.c_str(), "tmpfs", 0, "size=64k"), 0);
-  return makeFile(path + "/kept", "kept");
+// For such children: a file system of 64 KiB with the file "kept", by `flags` made read-only.
+inline std::string mountSmall(std::string const& path, unsigned long flags = 0) {
+  if (flags == 0) driver::enterOwnMountNamespace(), mkdir(path.c_str(), 0755);
+  EXPECT_EQ(mount("none", path.c_str(), "tmpfs", flags, "size=64k"), 0);
+  return flags == 0 ? makeFile(path + "/kept", "kept") : "";
 }
-inline void makeReadOnly(std::string const& path) {
-  EXPECT_EQ(mount(nullptr, path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-}
-inline void startSignals(int flags, int microseconds = 2000) {
+inline void handle(
+    int number, int flags, void (*handler)(int) = [](int) {}) {
   struct sigaction action = {};
-  action.sa_handler = [](int) {};
+  action.sa_handler = handler;
   action.sa_flags = flags;
-  itimerval const period = {{0, microseconds}, {0, microseconds}};
-  EXPECT_EQ(sigaction(SIGALRM, &action, nullptr) + setitimer(ITIMER_REAL, &period, nullptr), 0);
+  EXPECT_EQ(sigaction(number, &action, nullptr), 0);
 }
 
 #endif  // QZ_TESTS_FILES_SCENE_H_
