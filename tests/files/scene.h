@@ -18,8 +18,11 @@
 
 struct files_scene : testing::Test {
   std::string folder = "/tmp/qz_files_XXXXXX";
+  mode_t const maskBefore = umask(022);
   files_scene() { EXPECT_EQ(chmod(mkdtemp(folder.data()), 0755), 0); }
-  ~files_scene() override { insteadOfSleeping = {}, std::filesystem::remove_all(folder); }
+  ~files_scene() override {
+    insteadOfSleeping = {}, umask(maskBefore), std::filesystem::remove_all(folder);
+  }
   std::string at(std::string const& name) const { return folder + "/" + name; }
 };
 inline std::string makeFile(std::string const& path, std::string const& text = "x") {
@@ -32,18 +35,18 @@ inline std::string textOf(std::string const& path) {
 inline bool isThere(std::string const& path) { return access(path.c_str(), F_OK) == 0; }
 
 // Runs `body` in a child that SIGALRM ends after so many seconds, and expects it to end with this
-// status. EXPECT failures in it are printed and make that 256.
+// status; EXPECT failures in it are printed and make that 256.
 inline void inChild(std::function<void()> const& body, int expected = 0, unsigned seconds = 60) {
   int status = 0;
-  pid_t const pid = fork();
-  if (pid == 0) {
-    alarm(seconds);
-    body();
-    std::fflush(stdout);
-    _exit(testing::Test::HasFailure() ? 1 : 0);
+  if (pid_t const pid = fork(); pid != 0) {
+    waitpid(pid, &status, 0);
+    EXPECT_EQ(status, expected);
+    return;
   }
-  waitpid(pid, &status, 0);
-  EXPECT_EQ(status, expected) << "in the child, see above";
+  alarm(seconds);
+  body();
+  std::fflush(stdout);
+  _exit(testing::Test::HasFailure() ? 1 : 0);
 }
 
 // For such children: a file system of 64 KiB with the file "kept", by `flags` made read-only.
@@ -51,13 +54,6 @@ inline std::string mountSmall(std::string const& path, unsigned long flags = 0) 
   if (flags == 0) driver::enterOwnMountNamespace(), mkdir(path.c_str(), 0755);
   EXPECT_EQ(mount("none", path.c_str(), "tmpfs", flags, "size=64k"), 0);
   return flags == 0 ? makeFile(path + "/kept", "kept") : "";
-}
-inline void handle(
-    int number, int flags, void (*handler)(int) = [](int) {}) {
-  struct sigaction action = {};
-  action.sa_handler = handler;
-  action.sa_flags = flags;
-  EXPECT_EQ(sigaction(number, &action, nullptr), 0);
 }
 
 #endif  // QZ_TESTS_FILES_SCENE_H_
