@@ -27,10 +27,12 @@ void setFields(std::tm& local, std::tm const& fields) {
 }
 
 // Asks twice: the first pass finds out whether summer time is in force, and only with that known
-// the second one has the hour that was meant.
+// the second one has the hour that was meant. The first one asks for standard time, and not for
+// what mktime thinks best: that depends on its earlier calls where an hour exists twice.
 long long secondsOf(std::tm const& fields) {
   std::tm local = fields;
-  std::mktime(&local);
+  long long const seconds = std::mktime(&local);
+  if (local.tm_isdst == fields.tm_isdst) return seconds;  // the second pass would ask the same
   setFields(local, fields);
   return std::mktime(&local);
 }
@@ -72,9 +74,6 @@ void _qzTime::fromDate(int day, int month, int year) {
   fields.tm_mday = knownDay(day);
   fields.tm_mon = knownMonth(month) - 1;
   fields.tm_year = knownYear(year) - 1900;
-  // Nothing is known about summer time at first. Where midnight comes twice this takes the first
-  // one, the start of the day.
-  fields.tm_isdst = -1;
   value = secondsOf(fields);
 }
 

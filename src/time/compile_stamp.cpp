@@ -14,9 +14,7 @@ int monthAtFront(stamp_text const& text) {
   return 0;
 }
 
-void dropFront(stamp_text& text, int count) {
-  text.remove(0, std::min<int>(count, text.length));
-}
+void dropFront(stamp_text& text, int count) { text.remove(0, std::min<int>(count, text.length)); }
 
 // Reads a field that the rest of the text may be too short for; an empty one reads as 0.
 bool readNumber(stamp_text field, int& number) {

@@ -12,8 +12,9 @@ constexpr long long kDaySeconds = 86400;
 // Returns the broken-down local time; all zeros for a second whose year no int can hold.
 inline std::tm localTime(long long seconds) {
   std::time_t const time = seconds;
-  std::tm local{};
-  return localtime_r(&time, &local) != nullptr ? local : std::tm{};
+  std::tm local;
+  if (localtime_r(&time, &local) == nullptr) local = {};
+  return local;
 }
 
 constexpr long long addWrapping(long long a, long long b) {

@@ -34,7 +34,9 @@ int qzTimer::restart() {
   return milliseconds;
 }
 
-_qzString8_allSize<50> qzTimer::elapsedString8() const { return qz::detail::elapsedText(elapsed()); }
+_qzString8_allSize<50> qzTimer::elapsedString8() const {
+  return qz::detail::elapsedText(elapsed());
+}
 
 _qzString8_allSize<50> qzTimer::restartAndString8() { return qz::detail::elapsedText(restart()); }
 

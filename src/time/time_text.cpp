@@ -1,9 +1,9 @@
 // The texts of a point in time. They are written digit by digit: their numbers have two digits but
 // for the odd year, and printf(3) would take most of the time.
-#include <charconv>
 #include <cstring>
 
 #include "strings/formatted_text.h"
+#include "strings/number_core.h"
 #include "time/local_time.h"
 #include "time/time_value.h"
 
@@ -16,6 +16,14 @@ namespace {
 
 constexpr char kNoTime[] = "-.-";
 
+// What "%02d" prints of a number that has more than two digits or a minus sign: there is no zero to
+// put in front. Kept out of the way of the others, which are all of them but odd years.
+[[gnu::noinline, gnu::cold]] char* putWide(char* at, int number) {
+  decimal_text const digits(number);
+  std::memcpy(at, digits.text, static_cast<std::size_t>(digits.count));
+  return at + digits.count;
+}
+
 // Writes into a text that is all zeros, which makes its terminator; none gets near its capacity.
 struct text_pen {
   char* at;
@@ -24,11 +32,10 @@ struct text_pen {
     *at++ = c;
     return *this;
   }
-  // What "%02d" prints of any number; those outside 0..99 have two characters without a zero.
+  // What "%02d" prints.
   text_pen& two(int number) {
-    constexpr int kMostCharacters = 11;
     if (number < 0 || number > 99) {
-      at = std::to_chars(at, at + kMostCharacters, number).ptr;
+      at = putWide(at, number);
       return *this;
     }
     return mark(digit(number / 10)).mark(digit(number % 10));
@@ -38,25 +45,37 @@ struct text_pen {
     at += 3;
     return *this;
   }
-  text_pen& hourMinuteSecond(int hour, int minute, int second) {
-    return two(hour).mark(':').two(minute).mark('.').two(second);
+  text_pen& timeOfDay(std::tm const& local) {
+    return two(local.tm_hour).mark(':').two(local.tm_min).mark('.').two(local.tm_sec);
   }
 
   static char digit(int number) { return static_cast<char>('0' + number); }
 };
 
-template <int N>
-void endAt(_qzString8_allSize<N>& text, text_pen const& pen) {
+// The text that `write` puts down. It is built where the caller wants it: a copy of 250 characters
+// would take as long as writing them.
+template <int N, class Write>
+_qzString8_allSize<N> written(Write write) {
+  _qzString8_allSize<N> text;
+  text_pen pen{text.data};
+  write(pen);
   text.length = static_cast<unsigned short>(pen.at - text.data);
+  return text;
 }
 
-line_text monthDayTime(std::tm const& local) {
-  line_text text;
-  text_pen pen{text.data};
-  pen.two(local.tm_mon + 1).mark('.').two(local.tm_mday).mark('.').mark(' ');
-  pen.hourMinuteSecond(local.tm_hour, local.tm_min, local.tm_sec);
-  endAt(text, pen);
-  return text;
+// The text that `write` puts down of the local time, or `unset`.
+template <class Write>
+line_text localText(std::int64_t value, bool isSet, char const* unset, Write write) {
+  return written<250>([&](text_pen& pen) {
+    if (isSet)
+      write(pen, localTime(value));
+    else
+      while (*unset != 0) pen.mark(*unset++);
+  });
+}
+
+void putMonthDayTime(text_pen& pen, std::tm const& local) {
+  pen.two(local.tm_mon + 1).mark('.').two(local.tm_mday).mark('.').mark(' ').timeOfDay(local);
 }
 
 // "16.Nov."
@@ -66,52 +85,43 @@ text_pen& putDayMonth(text_pen& pen, std::tm const& local) {
 
 // "1116_0507", the part that the file names share.
 text_pen& putFileMinute(text_pen& pen, std::tm const& local) {
-  return pen.two(local.tm_mon + 1)
-      .two(local.tm_mday)
-      .mark('_')
-      .two(local.tm_hour)
-      .two(local.tm_min);
+  pen.two(local.tm_mon + 1).two(local.tm_mday).mark('_');
+  return pen.two(local.tm_hour).two(local.tm_min);
 }
 
-// Years since 2000; in the year's own width, since no int may overflow on the way.
-int yearOfCentury(std::tm const& local) { return low32(local.tm_year - 100LL); }
+// Years since 2000.
+int shortYear(std::tm const& local) { return low32(local.tm_year - 100LL); }
 
 }  // namespace
 
 _qzString8_allSize<250> _qzTime::asQZ8StringMt() const {
-  if (value < 1) return kNoTime;
-  std::tm const local = localTime(value);
-  line_text text;
-  text_pen pen{text.data};
-  pen.monthName(local.tm_mon < 0 ? 0 : local.tm_mon).mark(' ').two(local.tm_mday);
-  pen.mark('.').mark(' ').hourMinuteSecond(local.tm_hour, local.tm_min, local.tm_sec);
-  endAt(text, pen);
-  return text;
+  return localText(value, value >= 1, kNoTime, [](text_pen& pen, std::tm const& local) {
+    pen.monthName(local.tm_mon < 0 ? 0 : local.tm_mon).mark(' ').two(local.tm_mday);
+    pen.mark('.').mark(' ').timeOfDay(local);
+  });
 }
 
 _qzString8_allSize<250> _qzTime::asStringMt() const { return asQZ8StringMt(); }
 
-_qzString8_allSize<250> _qzTime::asQZ8String() const { return monthDayTime(localTime(value)); }
+_qzString8_allSize<250> _qzTime::asQZ8String() const {
+  return localText(value, true, "", putMonthDayTime);
+}
 
 _qzString8_allSize<250> _qzTime::asString() const { return asQZ8String(); }
 
-_qzString8_allSize<250> _qzTime32::asQZ8String() const { return monthDayTime(localTime(value)); }
+_qzString8_allSize<250> _qzTime32::asQZ8String() const {
+  return localText(value, true, "", putMonthDayTime);
+}
 
 _qzString8_allSize<250> _qzTime::asQZ8StringDateMonth() const {
-  if (value < 1) return kNoTime;
-  line_text text;
-  text_pen pen{text.data};
-  endAt(text, putDayMonth(pen, localTime(value)).mark(' '));
-  return text;
+  return localText(value, value >= 1, kNoTime,
+                   [](text_pen& pen, std::tm const& local) { putDayMonth(pen, local).mark(' '); });
 }
 
 _qzString8_allSize<250> _qzTime::asQZ8StringDateMonthYear() const {
-  if (value < 1) return kNoTime;
-  std::tm const local = localTime(value);
-  line_text text;
-  text_pen pen{text.data};
-  endAt(text, putDayMonth(pen, local).two(low32(local.tm_year + 1900LL)).mark(' '));
-  return text;
+  return localText(value, value >= 1, kNoTime, [](text_pen& pen, std::tm const& local) {
+    putDayMonth(pen, local).two(low32(local.tm_year + 1900LL)).mark(' ');
+  });
 }
 
 _qzString<50> _qzTime::asStringYear3_qzs() const {
@@ -119,7 +129,7 @@ _qzString<50> _qzTime::asStringYear3_qzs() const {
   std::tm const local = localTime(value);
   char text[24];
   text_pen pen{text};
-  putDayMonth(pen, local).two(yearOfCentury(local));
+  putDayMonth(pen, local).two(shortYear(local));
   return _qzString<50>(text, static_cast<int>(pen.at - text));
 }
 
@@ -127,36 +137,26 @@ _qzString<50> _qzTime::asStringYear3() const { return asStringYear3_qzs(); }
 
 _qzString8_allSize<50> _qzTime::asQZ8StringHourMinSec() const {
   long long const local = addWrapping(value, getTime_Start_OffSet());
-  _qzString8_allSize<50> text;
-  text_pen pen{text.data};
-  endAt(text, pen.hourMinuteSecond(low32(local / 3600 % 24), low32(local / 60 % 60),
-                                   low32(local % 60)));
-  return text;
+  return written<50>([local](text_pen& pen) {
+    pen.two(low32(local / 3600 % 24)).mark(':').two(low32(local / 60 % 60));
+    pen.mark('.').two(low32(local % 60));
+  });
 }
 
 _qzString8_allSize<250> _qzTime::asStringFileName_TruncSec() const {
-  if (value == 0) return "000000_000";
-  std::tm const local = localTime(value);
-  line_text text;
-  text_pen pen{text.data};
-  endAt(text, putFileMinute(pen, local).mark(text_pen::digit(local.tm_sec / 10)));
-  return text;
+  return localText(value, value != 0, "000000_000", [](text_pen& pen, std::tm const& local) {
+    putFileMinute(pen, local).mark(text_pen::digit(local.tm_sec / 10));
+  });
 }
 
 _qzString8_allSize<250> _qzTime::asStringFileName() const {
-  if (value == 0) return "000000_0000";
-  std::tm const local = localTime(value);
-  line_text text;
-  text_pen pen{text.data};
-  endAt(text, putFileMinute(pen, local).two(local.tm_sec));
-  return text;
+  return localText(value, value != 0, "000000_0000", [](text_pen& pen, std::tm const& local) {
+    putFileMinute(pen, local).two(local.tm_sec);
+  });
 }
 
 _qzString8_allSize<250> _qzTime::asStringFileNameYearMinute() const {
-  if (value == 0) return "000000_0000";
-  std::tm const local = localTime(value);
-  line_text text;
-  text_pen pen{text.data};
-  endAt(text, putFileMinute(pen.two(yearOfCentury(local)), local));
-  return text;
+  return localText(value, value != 0, "000000_0000", [](text_pen& pen, std::tm const& local) {
+    putFileMinute(pen.two(shortYear(local)), local);
+  });
 }

@@ -140,8 +140,8 @@ int _qzTime::testIfOfsetIsRight(bool fix) {
   std::tm const shifted = localTime(now - qzTime_Start_OffSet);
   int const localSecond = shifted.tm_hour * 3600 + shifted.tm_min * 60 + shifted.tm_sec;
   int difference = localSecond - low32(now % kDaySeconds);
-  // Half a day, and half a minute against clocks that move on in between. Required: a zone 13 hours
-  // ahead lands on 11 hours behind, a day too early.
+  // Required: half a day and half a minute. A zone 13 hours ahead lands on 11 hours behind, a day
+  // too early, and one of 12 hours on either.
   if (difference <= -43231)
     difference += low32(kDaySeconds);
   else if (difference >= 43231)

@@ -25,8 +25,9 @@ extern char const* const month_names[13];
 struct _qzTime {
   std::int64_t value;  // seconds since 1 January 1970 UTC; 0 means no time set
 
-  // Seconds that local time is ahead of UTC, summer time included; -1 until it is measured. It is
-  // kept within half a day: a zone that is more than 12 hours ahead counts as behind.
+  // Seconds that local time is ahead of UTC, summer time included; -1 until it is measured. It
+  // stays within half a day: 13 hours ahead count as 11 behind, and 12 hours as ahead or behind by
+  // the time of day of the measurement.
   static std::int32_t qzTime_Start_OffSet;
 
   // --- construction and setting ---
@@ -49,7 +50,8 @@ struct _qzTime {
   // limited.
   void fromDateTime(int second, int minute, int hour, int day, int month, int year);
   // The start of a local date. Years count as above up to 3000, but none is moved or replaced; day
-  // and month as above. Where summer time begins or ends at midnight mktime(3) decides.
+  // and month as above. Of two midnights it is the second one; where summer time begins at midnight
+  // it is what mktime(3) makes of an hour that does not exist, in glibc 23:00 of the day before.
   void fromDate(int day, int month, int year);
   // The same; with `wrapMonth` a month outside 1..12 first runs over into the years beside, by two
   // years at most: 0 is December of the year before, 13 January of the next.
