@@ -66,8 +66,8 @@ void copyWithCp(scene const& files) {
 }
 
 // Another program's run cools the caches for what comes next, so cp races by itself.
-void copyFile(benchmark::State& state, bool besideCp) {
-  scene const files(static_cast<std::size_t>(state.range(0)));
+void copyFile(benchmark::State& state, std::size_t bytes, bool besideCp) {
+  scene const files(bytes);
   _qzString8_allSize<500> const from = files.from.c_str(), to = files.to.c_str();
   auto const ours = [&] {
     if (!qzCopyFile(from, to, true, 0, nullptr)) std::abort();
@@ -83,16 +83,14 @@ void copyFile(benchmark::State& state, bool besideCp) {
             contestant{"same calls", [&] { copyInALoop(files, true); }},
             contestant{"copy_file", standard});
 }
-#define RACE_COPY(size, bytes, turns)      \
-  BENCHMARK_CAPTURE(copyFile, size, false) \
-      ->Name("copy of " size)              \
-      ->Arg(bytes)                         \
-      ->Iterations(turns)                  \
-      ->UseManualTime();                   \
-  BENCHMARK_CAPTURE(copyFile, size, true)  \
-      ->Name("copy of " size)              \
-      ->Arg(bytes)                         \
-      ->Iterations(turns)                  \
+#define RACE_COPY(size, bytes, turns)             \
+  BENCHMARK_CAPTURE(copyFile, size, bytes, false) \
+      ->Name("copy of " size)                     \
+      ->Iterations(turns)                         \
+      ->UseManualTime();                          \
+  BENCHMARK_CAPTURE(copyFile, size, bytes, true)  \
+      ->Name("copy of " size)                     \
+      ->Iterations(turns)                         \
       ->UseManualTime()
 RACE_COPY("4 KiB", 4 << 10, 401);
 RACE_COPY("1 MiB", 1 << 20, 401);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "strings/unit_folds.h"
+
 namespace qz::detail {
 namespace {
 
@@ -16,14 +18,12 @@ template <>
 struct path_unit<char> {
   static constexpr char kForward = PD8_LX;
   static constexpr char kBackward = PD8_WIN;
-  using short_text = _qzString8_allSize<6>;
 };
 
 template <>
 struct path_unit<unsigned short> {
   static constexpr unsigned short kForward = PD_LX;
   static constexpr unsigned short kBackward = PD_WIN;
-  using short_text = _qzString<10>;
 };
 
 constexpr int kShortest = 3;  // below, a path is left alone
@@ -52,6 +52,29 @@ auto withLiteral(char const (&literal)[Size], Use use) {
   Unit lent[Size];
   constexpr int kCount = static_cast<int>(Size - 1);
   return use(unit_run<Unit>{unit_rules<Unit>::spell(literal, kCount, lent), kCount});
+}
+
+template <class Unit>
+bool isParent(Unit const* units) {
+  return units[0] == '.' && units[1] == '.' && isSlash(units[2]);
+}
+
+// Makes one slash of each pair but the first `kept` units; one that it put in is not looked at
+// again, so of three slashes two are left. Gives the place of the first "../" then, or -1.
+template <class Unit>
+int joinSlashPairs(text_slot<Unit> path, int kept) {
+  int const count = path.used();
+  int firstParent = -1;
+  int out = kept;
+  for (int in = kept; in < count; ++in) {
+    Unit const unit = path.units[in];
+    path.units[out++] = unit;
+    if (!isSlash(unit)) continue;
+    if (in + 1 < count && isSlash(path.units[in + 1])) ++in;
+    if (firstParent < 0 && out >= 3 && isParent(path.units + out - 3)) firstParent = out - 3;
+  }
+  path.setUsedAndEnd(out);
+  return firstParent;
 }
 
 // Tells whether the text is a symbolic root in angle brackets and no more, with a slash or without.
@@ -112,21 +135,17 @@ bool isRelative(unit_run<Unit> path) {
 
 template <class Unit>
 void convertDelimiters(text_slot<Unit> path) {
-  replaceUnitFolded(path, path_unit<Unit>::kBackward, path_unit<Unit>::kForward);
+  using rules = path_unit<Unit>;
+  changeUnits(path.units, path.units, path.used(),
+              [](Unit unit) { return unit == rules::kBackward ? rules::kForward : unit; });
 }
 
 template <class Unit>
 void resolveParents(text_slot<Unit> path) {
   if (path.used() < 2) return;
-  typename path_unit<Unit>::short_text const slash("/"), twoSlashes("//"), upText("../");
-  auto const up = viewOf(upText).run();
-
   convertDelimiters(path);
   bool const isNetwork = isSlash(path.units[0]) && isSlash(path.units[1]);
-  replaceAll(path, viewOf(twoSlashes), viewOf(slash), static_cast<Unit*>(nullptr));
-  if (isNetwork) insertAt(path, 0, viewOf(slash));
-
-  int rest = find(path.run(), up, 0);
+  int rest = joinSlashPairs(path, isNetwork ? 2 : 0);
   if (rest < 0 || isBareRoot(unit_run<Unit>{path.units, rest})) return;
 
   // From here the string's length is that of what precedes the run. qzGetDirName makes that longer
@@ -136,8 +155,8 @@ void resolveParents(text_slot<Unit> path) {
   // Required: only the first run goes, and no root stops it: "C:/../x" and "<Database>/a/../../x"
   // give "x". The share of a network path stays but loses its slash: "//srv/share/../x" gives
   // "//srv/sharex".
-  while (startsWith(unit_run<Unit>{path.units + rest, end - rest}, up)) {
-    rest += up.count;
+  while (end - rest >= 3 && isParent(path.units + rest)) {
+    rest += 3;
     cutToDirName(path);
   }
   append(path, unit_run<Unit>{path.units + rest, end - rest});
@@ -174,11 +193,11 @@ bool directoryExists(text_slot<char> path) {
 
 _qzString8_allSize<500> qzGetFileNameBase(_qzString8_allSize<500> path, unsigned short delimiter) {
   // Required: at position 0 and 1 neither counts, so that a name of one letter keeps its extension.
+  auto const text = viewOf(path).run();
   int const folderEnd = path.lastIndexOf(delimiter);
-  if (folderEnd >= 2) path = path.mid(folderEnd + 1, path.length - folderEnd - 1);
-  int const dot = path.lastIndexOf('.');
-  if (dot >= 2) path.setLength(static_cast<short>(dot));
-  return path;
+  int const start = folderEnd >= 2 ? folderEnd + 1 : 0;
+  int const dot = path.lastIndexOf('.') - start;  // negative if it is in the folder
+  return {text.units + start, dot >= 2 ? dot : text.count - start};
 }
 
 bool qzDirectoryExists(_qzString<500> path) {

@@ -125,7 +125,7 @@ inline bool isRelativePath(_qzString<1000> const& path) {
 
 // Returns the path with forward slashes, each pair of slashes made one (two at the front stay two),
 // and the first run of "../" taken out: for each of them qzGetDirName is applied to what stands
-// before the run. Later runs and single dots stay. A drive letter or a root is taken away like any
+// before the run. Later runs and single dots stay. A drive letter or symbolic root goes like any
 // folder, a network share loses its slash, and only a bare root in angle brackets right before the
 // run keeps it: then the path comes back with the run.
 inline _qzString8_allSize<500> qzPathResolve(_qzString8_allSize<500> path) {

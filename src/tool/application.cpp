@@ -35,7 +35,7 @@ _qzString<25> qz_AppType_asString(qz_AppType const& type) {
 }
 
 std::uint64_t z_compressBound_copy(std::uint64_t sourceLen) {
-  constexpr std::uint64_t kMiB = 1024 * 1024;
+  constexpr std::uint64_t kMiB = 1 << 20;
   if (sourceLen < 50 * kMiB) return sourceLen + (sourceLen >> 12) + (sourceLen >> 14) + 211;
   // Required: from here on less than the input, since so much data compresses in practice.
   if (sourceLen < 100 * kMiB) return 2 * sourceLen / 3;
