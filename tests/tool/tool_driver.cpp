@@ -63,6 +63,11 @@ double now() {
 
 void enterOwnIpcNamespace() { enterNamespaces(CLONE_NEWIPC); }
 
+void enterOwnMountNamespace() {
+  enterNamespaces(CLONE_NEWNS);
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) std::abort();
+}
+
 running_tool startTool(arguments const& args, std::function<void()> const& prepare) {
   int output[2];
   if (pipe2(output, O_CLOEXEC) != 0) std::abort();

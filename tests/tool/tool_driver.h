@@ -28,6 +28,8 @@ using arguments = std::vector<std::string>;
 
 // Gives the calling process an IPC namespace of its own, without segments.
 void enterOwnIpcNamespace();
+// Gives the calling process mounts of its own.
+void enterOwnMountNamespace();
 
 // Starts the tool; `prepare` runs in the new process right before it, to close descriptors, change
 // the user or hide a file system.
