@@ -10,7 +10,8 @@
 // exact. Exceptions that stay: startsWith, endsWith and lastIndexOf of one unit are exact.
 //
 // A string may be its own argument. Where a member reads its argument live, during the edit, the
-// comment says so; everywhere else the argument counts as it was on entry.
+// comment says so; everywhere else the argument counts as it was on entry. A column with blanks in
+// front is read live as well, which shows where a string that null has emptied is its own argument.
 //
 // `char const*` arguments end at the first zero byte; null is allowed unless a comment says that
 // the pointer is not tested. In the 16-bit form they are widened byte by byte, with their sign.
