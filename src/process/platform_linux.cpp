@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -345,9 +346,14 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
     live = {};
     if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
   }
-  // Live threads have gone on running since, so they can come out above the whole.
-  figures.endedUser = cpuTime(all.user > live.user ? all.user - live.user : 0);
-  figures.endedSystem = cpuTime(all.system > live.system ? all.system - live.system : 0);
+  // Live threads have gone on running since, so they can come out above the whole. And the kernel
+  // splits the whole into user and system time apart from each thread, by a count of its own, so
+  // one kind alone can seem to leave time that no thread has had.
+  std::int64_t const ended =
+      std::max<std::int64_t>(all.user + all.system - live.user - live.system, 0);
+  std::int64_t const system = std::clamp<std::int64_t>(all.system - live.system, 0, ended);
+  figures.endedUser = cpuTime(ended - system);
+  figures.endedSystem = cpuTime(system);
   return {query_answer::answered, 0};
 }
 
