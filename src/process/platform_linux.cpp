@@ -243,27 +243,30 @@ bool hasOneThread(stat_line const& whole) { return whole.threads == 1 && !hasEnd
 // other one has ended. The thread's time is read first: what the process runs in between can only
 // make it seem that there was another one. False also where the kernel does not tell, for
 // schedstat is an option of its build.
-bool firstThreadHasAllTime(std::uint32_t pid) {
+bool firstThreadHasAllTime(std::uint32_t pid, cpu_ticks const& all) {
   char text[128];
   ssize_t const got = readFile(AT_FDCWD, process_path(pid, "/schedstat").text, text, sizeof text);
-  std::uint64_t ofThread = 0;
-  if (got < 0 || !parseRunTime(text, static_cast<std::size_t>(got), &ofThread)) return false;
+  std::uint64_t nanoseconds = 0;
+  if (got < 0 || !parseRunTime(text, static_cast<std::size_t>(got), &nanoseconds)) return false;
   // The id that clock_getcpuclockid(3) gives, without its look whether the process is there.
   auto const clock = static_cast<clockid_t>(~pid << 3 | 2);
   timespec time;
   if (clock_gettime(clock, &time) != 0) return false;
   constexpr std::int64_t kSecond = 1'000'000'000;
-  std::int64_t const ofProcess = time.tv_sec * kSecond + time.tv_nsec;
-  std::int64_t const ofOthers = ofProcess - static_cast<std::int64_t>(ofThread);
+  auto const ofThread = static_cast<std::int64_t>(nanoseconds);
+  std::int64_t const ofOthers = time.tv_sec * kSecond + time.tv_nsec - ofThread;
   std::int64_t const tick = kSecond / sysconf(_SC_CLK_TCK);
-  return -tick < ofOthers && ofOthers < tick;
+  // A /proc of another process namespace has other ids than the clock, whose time may then be that
+  // of a stranger; what the process is known to have run must be the thread's all the same.
+  return -tick < ofOthers && ofOthers < tick && ofThread >= (all.user + all.system) * tick;
 }
 
 // Whether all the times of the process are those of the one thread that it has.
 bool isOneThreadsTime(std::uint32_t pid, stat_line const& whole) {
   if (!hasOneThread(whole)) return false;
-  bool const ranAtAll = whole.userTicks != 0 || whole.systemTicks != 0;
-  return !ranAtAll || firstThreadHasAllTime(pid);
+  cpu_ticks const all = ticksOf(whole);
+  bool const ranAtAll = all.user != 0 || all.system != 0;
+  return !ranAtAll || firstThreadHasAllTime(pid, all);
 }
 
 // Fills memory and threads, and adds up the threads' times. A thread that has ended (the first one
