@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <vector>
@@ -233,8 +234,10 @@ cpu_ticks ticksOf(stat_line const& line) {
   return {static_cast<std::int64_t>(line.userTicks), static_cast<std::int64_t>(line.systemTicks)};
 }
 
-void addThread(process_figures& figures, cpu_ticks const& ticks) {
-  figures.threads.push_back({cpuTime(ticks.user), cpuTime(ticks.system), false});
+void addThread(process_figures* figures, cpu_ticks* live, cpu_ticks const& own) {
+  figures->threads.push_back({cpuTime(own.user), cpuTime(own.system), false});
+  live->user += own.user;
+  live->system += own.system;
 }
 
 bool hasOneThread(stat_line const& whole) { return whole.threads == 1 && !hasEnded(whole); }
@@ -261,41 +264,45 @@ bool firstThreadHasAllTime(std::uint32_t pid, cpu_ticks const& all) {
   return -tick < ofOthers && ofOthers < tick && ofThread >= (all.user + all.system) * tick;
 }
 
-// Whether all the times of the process are those of the one thread that it has.
-bool isOneThreadsTime(std::uint32_t pid, stat_line const& whole) {
-  if (!hasOneThread(whole)) return false;
-  cpu_ticks const all = ticksOf(whole);
-  bool const ranAtAll = all.user != 0 || all.system != 0;
-  return !ranAtAll || firstThreadHasAllTime(pid, all);
-}
-
 // Fills memory and threads, and adds up the threads' times. A thread that has ended (the first one
 // stays visible), or may not be looked at, is left out. With none left the process has vanished.
-bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* sum) {
+bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* live) {
   descriptor const tasks = {openDirectory(process_path(pid, "/task").text)};
   if (tasks.number < 0) return false;
   bool const toTheEnd = forEachId(tasks.number, [&](std::uint32_t, char const* tid) {
     stat_line line;
-    bool const isFirst = figures->threads.empty();
-    // Any live thread's file tells the memory of the whole. The first one's tells nothing once that
-    // one has ended.
+    // Any live thread's file tells the memory of the whole. It tells nothing once its thread has
+    // ended, be it that very moment.
     bool const wasRead =
         readStat(tasks.number, task_path(tid, "/stat").text, &line) &&
-        (hasEnded(line) || !isFirst ||
+        (hasEnded(line) || figures->residentBytes != 0 ||
          readResidentBytes(tasks.number, task_path(tid, "/statm").text, &figures->residentBytes));
     if (!wasRead) {
       bool const isLeftOut = queryCode() == kRefusedCode;
       return isLeftOut;
     }
-    if (hasEnded(line)) return true;
-    cpu_ticks const own = ticksOf(line);
-    addThread(*figures, own);
-    sum->user += own.user;
-    sum->system += own.system;
+    if (!hasEnded(line)) addThread(figures, live, ticksOf(line));
     return true;
   });
   if (toTheEnd && figures->threads.empty()) errno = ESRCH;
   return toTheEnd && !figures->threads.empty();
+}
+
+// The same for a process with one thread alive, without a look at the list of its threads.
+bool readOnlyThread(std::uint32_t pid, cpu_ticks const& all, process_figures* figures,
+                    cpu_ticks* live) {
+  cpu_ticks own = all;
+  bool const ranAtAll = all.user != 0 || all.system != 0;
+  if (ranAtAll && !firstThreadHasAllTime(pid, all)) {
+    char path[48];
+    (void)std::snprintf(path, sizeof path, "/proc/%u/task/%u/stat", pid, pid);
+    stat_line line;
+    if (!readStat(AT_FDCWD, path, &line)) return false;
+    if (hasEnded(line)) return readThreads(pid, figures, live);  // another one may have come up
+    own = ticksOf(line);
+  }
+  addThread(figures, live, own);
+  return readResidentBytes(AT_FDCWD, process_path(pid, "/statm").text, &figures->residentBytes);
 }
 
 }  // namespace
@@ -325,6 +332,7 @@ enumeration enumerateProcesses(process_entry* entries, int& count) {
 }
 
 query_answer queryProcess(unsigned pid, process_figures& figures) {
+  figures.residentBytes = 0;
   figures.threads.clear();
   // The times of the whole are read before those of the threads, so that a thread that ends in
   // between counts as ended.
@@ -336,18 +344,13 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
   }
   if (isGone(whole)) return {query_answer::access_refused, kRefusedCode};
   cpu_ticks const all = ticksOf(whole);
-  cpu_ticks live = all;
+  cpu_ticks live;
   if (isKernelThread(whole)) {
-    figures.residentBytes = 0;  // by definition, and it is its own only thread
-    addThread(figures, all);
-  } else if (isOneThreadsTime(pid, whole)) {
-    process_path const statm(pid, "/statm");
-    if (!readResidentBytes(AT_FDCWD, statm.text, &figures.residentBytes))
-      return {query_answer::figures_refused, queryCode()};
-    addThread(figures, all);
+    addThread(&figures, &live, all);  // it is its own only thread and has no memory
   } else {
-    live = {};
-    if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
+    bool const isRead = hasOneThread(whole) ? readOnlyThread(pid, all, &figures, &live)
+                                            : readThreads(pid, &figures, &live);
+    if (!isRead) return {query_answer::figures_refused, queryCode()};
   }
   // Live threads have gone on running since, so they can come out above the whole. And the kernel
   // splits the whole into user and system time apart from each thread, by a count of its own, so
