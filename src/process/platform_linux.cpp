@@ -301,8 +301,11 @@ bool readOnlyThread(std::uint32_t pid, cpu_ticks const& all, process_figures* fi
     if (hasEnded(line)) return readThreads(pid, figures, live);  // another one may have come up
     own = ticksOf(line);
   }
+  if (!readResidentBytes(AT_FDCWD, process_path(pid, "/statm").text, &figures->residentBytes))
+    return false;
+  if (figures->residentBytes == 0) return readThreads(pid, figures, live);  // it may have ended
   addThread(figures, live, own);
-  return readResidentBytes(AT_FDCWD, process_path(pid, "/statm").text, &figures->residentBytes);
+  return true;
 }
 
 }  // namespace
@@ -348,8 +351,10 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
   if (isKernelThread(whole)) {
     addThread(&figures, &live, all);  // it is its own only thread and has no memory
   } else {
-    bool const isRead = hasOneThread(whole) ? readOnlyThread(pid, all, &figures, &live)
-                                            : readThreads(pid, &figures, &live);
+    bool isRead = hasOneThread(whole) ? readOnlyThread(pid, all, &figures, &live)
+                                      : readThreads(pid, &figures, &live);
+    // With none left, one that calls exec may just have changed its id.
+    if (!isRead && errno == ESRCH) isRead = readThreads(pid, &figures, &live);
     if (!isRead) return {query_answer::figures_refused, queryCode()};
   }
   // Live threads have gone on running since, so they can come out above the whole. And the kernel
