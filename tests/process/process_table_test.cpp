@@ -36,9 +36,9 @@ TEST(ProcessTable, SortsSwapAsTheModelDoes) {
     int const count = table->count = round < 16 ? round / 4 : static_cast<int>(random() % 120);
     bool const descending = round % 2 != 0, withName = round % 4 > 1;
     SCOPED_TRACE(testing::Message() << count << descending << withName);
-    for (int i = 0; i < 120; ++i) {
+    for (unsigned i = 0; i < 120; ++i) {
       auto const id = static_cast<unsigned>(random() % 2 << 31 | random() % 9);  // no sign
-      table->records[i] = model[i + 0u] = {names[random() % 8], "", id, 0, 0, 0, i};
+      table->records[i] = model[i] = {names[random() % 8], "", id, 0, 0, 0, static_cast<int>(i)};
     }
     auto const key = [withName](record const& r) {
       return std::pair(withName ? std::string(r.name.asChar()) : "", unsigned{r.pid});
@@ -55,7 +55,7 @@ TEST(ProcessTable, SortsSwapAsTheModelDoes) {
       sort(table->records, count, true);
     else
       withName ? table->sortByNameAndID() : table->sortByID();
-    for (int i = 0; i < 120; ++i) ASSERT_EQ(table->records[i].uid + 0, model[i + 0u].uid + 0) << i;
+    for (unsigned i = 0; i < 120; ++i) ASSERT_EQ(table->records[i].uid + 0, model[i].uid + 0) << i;
     sort(nullptr, std::numeric_limits<int>::min() + round % 2, descending);  // nothing to sort
   }
 }
