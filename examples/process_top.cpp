@@ -100,7 +100,7 @@ int main(int argc, char** argv) {
   if (!readOptions(argc, argv, chosen)) return 2;
   if (chosen.onlyHelp) {
     printHelp();
-    return 0;
+    return std::fflush(stdout) == 0 ? 0 : explainNoOutput();
   }
   endOnSignals();
   bool const isScreen = !chosen.once && !chosen.json && isatty(STDOUT_FILENO) != 0;
@@ -194,8 +194,8 @@ std::string asJson(std::vector<row> const& rows, _qzProcessList3 const& list, do
   for (auto const& shown : rows) {
     auto const& record = *shown.record;
     if (&shown != rows.data()) json += ",";
-    add(json, "\n {\"pid\":%u,\"parentPid\":%u,\"name\":%s,\"owner\":%s,", record.pid,
-        record.parentPid, quoted(record.name).c_str(), quoted(record.owner()).c_str());
+    add(json, "\n {\"pid\":%u,\"parentPid\":%u,", record.pid, record.parentPid);
+    json += "\"name\":" + quoted(record.name) + ",\"owner\":" + quoted(record.owner()) + ",";
     if (shown.isRefused())
       json += "\"cpuPercent\":null,\"cpuSeconds\":null,\"memoryMB\":null}";
     else
