@@ -7,9 +7,10 @@
 
 int main(int argc, char** argv) {
   using namespace qz::companion;
-  CLI::App program{"Stands beside qzCheckExitcode: launches renders, looks into the client's block,\n"
-                   "explains exit codes, waits and reports.",
-                   "qzframe"};
+  CLI::App program{
+      "Stands beside qzCheckExitcode: launches renders, looks into the client's block,\n"
+      "explains exit codes, waits and reports.",
+      "qzframe"};
   program.set_version_flag("--version", std::string("qzframe") + qzVersion);
   program.require_subcommand(1);
   program.footer("qzframe COMMAND --help tells about a command.");

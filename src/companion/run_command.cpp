@@ -4,7 +4,8 @@
 namespace qz::companion {
 
 command addRun(CLI::App& program) {
-  CLI::App* const parser = program.add_subcommand("run", "start a render command, wait for all of it, run the check");
+  CLI::App* const parser =
+      program.add_subcommand("run", "start a render command, wait for all of it, run the check");
   return {parser, [] {
             complain("not built yet");
             return kUsageStatus;

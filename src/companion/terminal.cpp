@@ -20,10 +20,14 @@ bool hasColours(std::FILE* stream) {
 
 char const* sequenceOf(colour wanted) {
   switch (wanted) {
-    case colour::red: return "\033[31m";
-    case colour::green: return "\033[32m";
-    case colour::yellow: return "\033[33m";
-    case colour::bold: return "\033[1m";
+    case colour::red:
+      return "\033[31m";
+    case colour::green:
+      return "\033[32m";
+    case colour::yellow:
+      return "\033[33m";
+    case colour::bold:
+      return "\033[1m";
   }
   return "";
 }
