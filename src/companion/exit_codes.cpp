@@ -29,7 +29,8 @@ constexpr entry kSignals[] = {
      "gave up by itself: a failed assertion, an uncaught C++ exception, or a damaged heap; the "
      "reason stands right above in the log"},
     {SIGBUS, "SIGBUS",
-     "memory behind a mapped file was not there: a scene or texture was cut short or its share went "
+     "memory behind a mapped file was not there: a scene or texture was cut short or its share "
+     "went "
      "away, or /dev/shm is full"},
     {SIGFPE, "SIGFPE", "a whole-number division by zero"},
     {SIGKILL, "SIGKILL",
@@ -38,7 +39,8 @@ constexpr entry kSignals[] = {
      "limit"},
     {SIGUSR1, "SIGUSR1", "a signal that only the application or the farm gives a meaning"},
     {SIGSEGV, "SIGSEGV",
-     "touched memory that isn't its own: a bug in the application, a plugin or a driver, or a stack "
+     "touched memory that isn't its own: a bug in the application, a plugin or a driver, or a "
+     "stack "
      "that ran over"},
     {SIGUSR2, "SIGUSR2", "a signal that only the application or the farm gives a meaning"},
     {SIGPIPE, "SIGPIPE", "wrote to a pipe that nobody reads any more, such as 'render | head'"},
@@ -51,10 +53,12 @@ constexpr entry kSignals[] = {
 
 // What a POSIX shell says of a command that did not run.
 constexpr entry kShell[] = {
-    {126, "", "the command was found but could not be started: not executable, or for another "
-              "kind of machine"},
-    {127, "", "the command was not found, or a shared library of it was not: look at PATH and at "
-              "'ldd'"},
+    {126, "",
+     "the command was found but could not be started: not executable, or for another "
+     "kind of machine"},
+    {127, "",
+     "the command was not found, or a shared library of it was not: look at PATH and at "
+     "'ldd'"},
 };
 
 // sysexits.h
@@ -160,7 +164,7 @@ bool isSignal(int number) { return number >= 1 && number <= 64; }
 
 // Those of signal(7) whose action is to dump core.
 bool leavesCore(int number) {
-  constexpr int kLeaving[] = {SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGBUS,
+  constexpr int kLeaving[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGBUS,
                               SIGFPE,  SIGSEGV, SIGXCPU, SIGXFSZ, SIGSYS};
   return std::find(std::begin(kLeaving), std::end(kLeaving), number) != std::end(kLeaving);
 }
@@ -170,9 +174,9 @@ void addWaitStatus(std::vector<reading>& all, int code) {
   constexpr char kSource[] = "raw wait status";
   if (code <= 0 || code > 0xFFFF) return;
   if (WIFEXITED(code)) {
-    all.push_back({kSource, "", "ended by itself with exit code " +
-                                    std::to_string(WEXITSTATUS(code)) +
-                                    "; whoever passed it on forgot WEXITSTATUS"});
+    all.push_back({kSource, "",
+                   "ended by itself with exit code " + std::to_string(WEXITSTATUS(code)) +
+                       "; whoever passed it on forgot WEXITSTATUS"});
     return;
   }
   entry const* const known = code <= 0xFF ? findIn(kSignals, WTERMSIG(code)) : nullptr;
