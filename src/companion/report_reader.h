@@ -23,16 +23,16 @@ struct found_report {
     unknown   // the report has no end: its tool was killed perhaps
   };
 
-  std::uint64_t offset = 0;    // of the header's line, in bytes from the start of the log
-  std::string time;            // as it stands in the log: local time without a year
-  bool isError = false;        // the verdict on the frame
-  std::optional<int> code;     // none: the report tells of a wrong argument only
-  std::optional<int> frame;    // the low 32 bits
+  std::uint64_t offset = 0;  // of the header's line, in bytes from the start of the log
+  std::string time;          // as it stands in the log: local time without a year
+  bool isError = false;      // the verdict on the frame
+  std::optional<int> code;   // none: the report tells of a wrong argument only
+  std::optional<int> frame;  // the low 32 bits
   std::optional<int> jobThread;
   bool wasForgiven = false;
-  bool hasWaited = false;      // said so right before
+  bool hasWaited = false;  // said so right before
   posting message = unknown;
-  std::string reason;          // why it was not posted, or which argument was wrong
+  std::string reason;  // why it was not posted, or which argument was wrong
 };
 
 class report_reader {

