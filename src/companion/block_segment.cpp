@@ -20,9 +20,7 @@ namespace {
 constexpr std::size_t kHeaderBytes = 8;
 constexpr int kMarkedForRemoval = 01000;  // SHM_DEST, shmctl(2)
 
-std::uint32_t blockKey() {
-  return detail::segmentKey(qzSharedMemory(kClientBlockName).keyName);
-}
+std::uint32_t blockKey() { return detail::segmentKey(qzSharedMemory(kClientBlockName).keyName); }
 
 int findBlock() { return shmget(static_cast<key_t>(blockKey()), 0, 0); }
 
@@ -113,7 +111,8 @@ std::vector<std::string> attachedProcesses(int id) {
     if (pid.find_first_not_of("0123456789") != std::string::npos) continue;
     std::ifstream maps(folder.path() / "maps");
     for (std::string line; std::getline(maps, line);) {
-      if (line.find("/SYSV") == std::string::npos || line.find(inode) == std::string::npos) continue;
+      if (line.find("/SYSV") == std::string::npos || line.find(inode) == std::string::npos)
+        continue;
       std::string name;
       std::getline(std::ifstream(folder.path() / "comm"), name);
       found.push_back(pid + " " + name);

@@ -28,9 +28,9 @@ struct block_look {
   std::uint32_t key = 0;
   int id = -1;
   uid_t owner = 0;
-  unsigned mode = 0;          // permission bits
-  long long dataBytes = 0;    // without the segment's header of 8 bytes
-  unsigned long attached = 0; // processes, this one not counted
+  unsigned mode = 0;           // permission bits
+  long long dataBytes = 0;     // without the segment's header of 8 bytes
+  unsigned long attached = 0;  // processes, this one not counted
   bool isMarkedForRemoval = false;
   int lockByte = 0;
   bool isLargeEnough = false;  // for the block; the fields below are read only then
