@@ -35,11 +35,18 @@ void endOnSignals() {
   struct sigaction action = {};
   action.sa_handler = [](int) { endRequested = 1; };
   for (int const number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+  (void)std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away shows as a failure to write
 }
 
 std::string hexText(char const* format, unsigned number) {
   char text[32];
   std::snprintf(text, sizeof text, format, number);
+  return text;
+}
+
+std::string shortText(double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", number);
   return text;
 }
 
@@ -51,6 +58,7 @@ bool isSeen(block_look const& look) {
              "); a container has blocks of its own");
   else
     complain("the block " + std::to_string(look.id) + " of " + userName(look.owner) +
+             hexText(" (mode %04o)", look.mode) +
              " can't be looked at: " + std::strerror(look.code));
   return false;
 }
@@ -75,7 +83,7 @@ void printText(block_look const& look) {
   std::printf("attached   %lu", look.attached);
   auto const processes = attachedProcesses(look.id);
   for (auto const& one : processes)
-    std::printf("%s %s", &one == &processes.front() ? ":" : ",", one.c_str());
+    std::printf("%s %s", &one == &processes.front() ? ":" : ",", printable(one).c_str());
   std::printf("\nlock       %s\n",
               look.lockByte == 0 ? "free" : coloured(stdout, colour::yellow, "held").c_str());
   if (!look.isLargeEnough) return;
@@ -121,7 +129,9 @@ void printJson(block_look const& look) {
                                  {"kind", one.kind}});
     }
   }
-  std::printf("%s\n", all.dump(2).c_str());
+  // A process chooses its own name, of any bytes.
+  std::printf("%s\n",
+              all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
 }
 
 int show(options const& chosen) {
@@ -186,8 +196,8 @@ finding judge(block_look const& look, options const& chosen) {
   if (look.attached == 0)
     return {critical, "nobody is attached: the client has died, the next tool removes the block"};
   if (look.lockByte != 0 && secondsHeld(chosen.lockSeconds) >= chosen.lockSeconds)
-    return {critical, "the lock is held for more than " +
-                          std::to_string(static_cast<int>(chosen.lockSeconds)) + " seconds"};
+    return {critical,
+            "the lock is held for more than " + shortText(chosen.lockSeconds) + " seconds"};
   std::string const waiting = std::to_string(look.count) + " messages waiting";
   if (look.count >= chosen.criticalMessages) return {critical, waiting};
   if (look.count >= chosen.warnMessages) return {warning, waiting};
@@ -221,6 +231,11 @@ struct guest {
 };
 
 bool enter(guest& one) {
+  // An attach that is refused may remove a segment that nobody uses, so it isn't tried then.
+  if (int const cause = causeAgainstWriting(); cause != 0) {
+    complain(std::string("the block can't be written: ") + std::strerror(cause));
+    return false;
+  }
   if (one.memory.attach()) return true;
   complain(std::string("the block can't be written: ") + one.memory.errorString().asChar());
   return false;
@@ -232,45 +247,62 @@ bool isAgreed(options const& chosen, std::string const& question) {
   return false;
 }
 
-int drain(options const& chosen) {
-  block_look const look = lookAtBlock();
-  if (!isSeen(look)) return kFailed;
-  if (!look.isLargeEnough || !look.hasMarks()) {
-    complain("this is no client's block in order; see 'qzframe block show'");
-    return kFailed;
+void printMessages(std::FILE* stream, block_look const& drained) {
+  for (block_message const& each : drained.messages)
+    std::fprintf(stream, "%s, frame %s, job thread %d, render instance %d\n",
+                 each.isError ? "error" : "good", frameText(each).c_str(), each.jobThread,
+                 each.renderInstance);
+}
+
+// Takes the messages out of a block in order.
+bool takeMessages(guest& one, block_look& taken) {
+  if (one.memory.size() < kClientBlockBytes || !one.memory.lock()) {
+    complain(std::string("the block can't be locked: ") + one.memory.errorString().asChar());
+    return false;
   }
+  auto& block = *static_cast<client_block volatile*>(one.memory.data());
+  readBlock(block, taken);
+  if (taken.hasMarks()) block.messageCount = 0;
+  one.memory.unlock();
+  if (!taken.hasMarks()) complain("this is no client's block in order; see 'qzframe block show'");
+  return taken.hasMarks();
+}
+
+int drain(options const& chosen) {
+  block_look look = lookAtBlock();
+  if (!isSeen(look)) return kFailed;
   if (!isAgreed(chosen, "Take " + std::to_string(look.count) +
                             " messages out of the block? The client will not see them."))
     return kFailed;
+  endOnSignals();  // none ends this program while it has the lock or the only copy
   guest one;
-  if (!enter(one)) return kFailed;
-  if (one.memory.size() < kClientBlockBytes || !one.memory.lock()) {
-    complain(std::string("the block can't be locked: ") + one.memory.errorString().asChar());
-    return kFailed;
-  }
-  block_look const drained = lookAtBlock();  // nobody posts while the lock is held
-  static_cast<client_block volatile*>(one.memory.data())->messageCount = 0;
-  one.memory.unlock();
+  look.messages.clear();
+  if (!enter(one) || !takeMessages(one, look)) return kFailed;
   if (chosen.asJson)
-    printJson(drained);
+    printJson(look);
   else
-    for (block_message const& each : drained.messages)
-      std::printf("%s, frame %s, job thread %d, render instance %d\n",
-                  each.isError ? "error" : "good", frameText(each).c_str(), each.jobThread,
-                  each.renderInstance);
-  return 0;
+    printMessages(stdout, look);
+  if (std::fflush(stdout) == 0) return 0;
+  complain("standard output can't be written; the messages were:");
+  printMessages(stderr, look);
+  return kFailed;
 }
 
 int unlock(options const& chosen) {
-  if (!isSeen(lookAtBlock())) return kFailed;
+  block_look const look = lookAtBlock();
+  if (!isSeen(look)) return kFailed;
   if (!isAgreed(chosen,
                 "Free the lock if it stays held for 5 seconds? Whoever holds it may be at "
                 "work."))
     return kFailed;
   guest one;
   if (!enter(one)) return kFailed;
-  if (double const held = secondsHeld(kStuckSeconds); held < kStuckSeconds) {
+  if (double const held = secondsHeld(*one.memory.lockByte, kStuckSeconds); held < kStuckSeconds) {
     complain(held < 0.01 ? "the lock is free" : "the lock is in use, but not stuck: it came free");
+    return kFailed;
+  }
+  if (lookAtBlock().id != look.id) {
+    complain("the block was replaced meanwhile; look at the new one");
     return kFailed;
   }
   *one.memory.lockByte = 0;
@@ -280,9 +312,16 @@ int unlock(options const& chosen) {
 
 int stayAttached(guest& one) {
   endOnSignals();
+  int const id = lookAtBlock().id;
   std::printf("Attached to the block, key 0x%08x; Ctrl-C leaves it.\n", one.memory.key);
   (void)std::fflush(stdout);  // whoever reads it may be gone: the block counts
-  while (endRequested == 0) qzSleep(100);
+  for (int look = 0; endRequested == 0; look = (look + 1) % 10) {
+    qzSleep(100);
+    if (look == 0 && lookAtBlock().id != id) {
+      complain("the block was removed; nothing is left to hold");
+      return kFailed;
+    }
+  }
   block_look const look = lookAtBlock();
   if (look.outcome == block_look::seen && look.attached <= 1)
     std::printf(

@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "sharedmem/shared_memory.h"
@@ -23,6 +23,21 @@ constexpr int kMarkedForRemoval = 01000;  // SHM_DEST, shmctl(2)
 std::uint32_t blockKey() { return detail::segmentKey(qzSharedMemory(kClientBlockName).keyName); }
 
 int findBlock() { return shmget(static_cast<key_t>(blockKey()), 0, 0); }
+
+// Owner and mode of a segment that this user may not look at: the kernel lists them for everybody.
+// Columns: key, id, mode in octal, size, creator, last user, users, owner.
+void readKernelList(block_look& look) {
+  std::ifstream list("/proc/sysvipc/shm");
+  for (std::string line; std::getline(list, line);) {
+    int key = 0, id = 0;
+    unsigned mode = 0, owner = 0;
+    if (std::sscanf(line.c_str(), "%d %d %o %*s %*s %*s %*s %u", &key, &id, &mode, &owner) != 4 ||
+        id != look.id)
+      continue;
+    look.mode = mode & 0777;
+    look.owner = owner;
+  }
+}
 
 // Mapped for reading as long as the object lives.
 struct mapping {
@@ -39,6 +54,8 @@ struct mapping {
   }
 };
 
+}  // namespace
+
 void readBlock(client_block const volatile& block, block_look& look) {
   look.magic = block.blockMagic;
   look.version = block.blockVersion;
@@ -50,10 +67,9 @@ void readBlock(client_block const volatile& block, block_look& look) {
                              block.messageRenderInstance[slot]});
 }
 
-}  // namespace
-
 block_look lookAtBlock() {
   block_look look = {};
+  look.owner = static_cast<uid_t>(-1);
   look.key = blockKey();
   look.id = findBlock();
   shmid_ds status = {};
@@ -62,6 +78,7 @@ block_look lookAtBlock() {
     look.code = errno;
     bool const isAbsent = errno == ENOENT || errno == EIDRM || errno == EINVAL;
     look.outcome = isAbsent ? block_look::absent : block_look::refused;
+    if (!isAbsent) readKernelList(look);
     return look;
   }
   look.owner = status.shm_perm.uid;
@@ -85,19 +102,26 @@ block_look lookAtBlock() {
   return look;
 }
 
-double secondsHeld(double seconds) {
+double secondsHeld(unsigned char const volatile& lockByte, double seconds) {
   using clock = std::chrono::steady_clock;
   auto const started = clock::now();
   auto const elapsed = [&] {
     return std::chrono::duration<double>(clock::now() - started).count();
   };
-  mapping const mapped(findBlock());
-  if (mapped.bytes == nullptr) return 0;
   for (;;) {
     double const held = elapsed();
-    if (mapped.bytes[0] == 0 || held >= seconds) return held;
+    if (lockByte == 0 || held >= seconds) return held;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
+}
+
+double secondsHeld(double seconds) {
+  mapping const mapped(findBlock());
+  return mapped.bytes == nullptr ? 0 : secondsHeld(mapped.bytes[0], seconds);
+}
+
+int causeAgainstWriting() {
+  return shmget(static_cast<key_t>(blockKey()), 0, 0660) == -1 ? errno : 0;
 }
 
 std::vector<std::string> attachedProcesses(int id) {
@@ -106,6 +130,7 @@ std::vector<std::string> attachedProcesses(int id) {
   std::string const inode = " " + std::to_string(id) + " ";
   std::vector<std::string> found;
   std::error_code ignored;
+  auto const ownNamespace = std::filesystem::read_symlink("/proc/self/ns/ipc", ignored);
   for (auto const& folder : std::filesystem::directory_iterator("/proc", ignored)) {
     std::string const pid = folder.path().filename();
     if (pid.find_first_not_of("0123456789") != std::string::npos) continue;
@@ -113,6 +138,8 @@ std::vector<std::string> attachedProcesses(int id) {
     for (std::string line; std::getline(maps, line);) {
       if (line.find("/SYSV") == std::string::npos || line.find(inode) == std::string::npos)
         continue;
+      // Another container's segment may well have the same key and id.
+      if (std::filesystem::read_symlink(folder.path() / "ns/ipc", ignored) != ownNamespace) break;
       std::string name;
       std::getline(std::ifstream(folder.path() / "comm"), name);
       found.push_back(pid + " " + name);
@@ -123,6 +150,7 @@ std::vector<std::string> attachedProcesses(int id) {
 }
 
 std::string userName(uid_t user) {
+  if (user == static_cast<uid_t>(-1)) return "another user";
   passwd const* const entry = getpwuid(user);
   return entry == nullptr ? std::to_string(user) : entry->pw_name;
 }

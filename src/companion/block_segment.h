@@ -24,10 +24,10 @@ struct block_message {
 // One look. The messages are read without the lock: one that is being posted may show old values.
 struct block_look {
   enum { seen, absent, refused } outcome;
-  int code = 0;  // errno if refused
+  int code = 0;  // errno if refused; then owner and mode come from the kernel's list
   std::uint32_t key = 0;
   int id = -1;
-  uid_t owner = 0;
+  uid_t owner = 0;             // -1 if it can't be told
   unsigned mode = 0;           // permission bits
   long long dataBytes = 0;     // without the segment's header of 8 bytes
   unsigned long attached = 0;  // processes, this one not counted
@@ -47,12 +47,20 @@ struct block_look {
 
 block_look lookAtBlock();
 
-// Looks at the lock byte alone, every 10 ms, until it is seen free or `seconds` have passed.
-// Returns the seconds for which it was held, `seconds` or more if it was never seen free; the
-// segment's going counts as free.
+// Reads the block alone: marks, count and messages.
+void readBlock(client_block const volatile& block, block_look& look);
+
+// Looks at a lock byte every 10 ms, until it is seen free or `seconds` have passed. Returns the
+// seconds for which it was held, `seconds` or more if it was never seen free.
+double secondsHeld(unsigned char const volatile& lockByte, double seconds);
+// The same for the block of now. A block that can't be mapped counts as free.
 double secondsHeld(double seconds);
 
-// The processes that have the segment `id` mapped, as far as this user may look: "PID NAME".
+// Whether this user may write into the block: 0 or errno.
+int causeAgainstWriting();
+
+// The processes that have the segment `id` mapped, in this IPC namespace and as far as
+// this user may look: "PID NAME".
 std::vector<std::string> attachedProcesses(int id);
 
 // A login name, or the number of a user without one.

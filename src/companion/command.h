@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace qz::companion {
 
@@ -16,7 +18,8 @@ struct command {
   std::function<int()> run;  // called after the parse if `parser` was named; gives the exit status
 };
 
-command addRun(CLI::App& program);      // start a render, wait for all of it, run the check
+// Start a render, wait for all of it, run the check. `words` are what stands behind the "--".
+command addRun(CLI::App& program, std::vector<std::string> words);
 command addBlock(CLI::App& program);    // look into the client's block
 command addExplain(CLI::App& program);  // what an exit code means
 command addWhy(CLI::App& program);      // which process the tool would wait for

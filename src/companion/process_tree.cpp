@@ -2,10 +2,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <sstream>
 
+#include "companion/terminal.h"
 #include "process/proc_text.h"
 #include "process/process_list.h"
 
@@ -20,13 +22,19 @@ std::string contentsOf(std::string const& path) {
 
 char const* stateWords(char state) {
   switch (state) {
-    case 'R': return "running";
-    case 'S': return "sleeping";
-    case 'D': return "waiting for a disk or a share";
+    case 'R':
+      return "running";
+    case 'S':
+      return "sleeping";
+    case 'D':
+      return "waiting for a disk or a share";
     case 'T':
-    case 't': return "stopped";
-    case 'Z': return "ended";
-    default: return "in an unknown state";
+    case 't':
+      return "stopped";
+    case 'Z':
+      return "ended";
+    default:
+      return "in an unknown state";
   }
 }
 
@@ -54,7 +62,7 @@ std::string describeProcess(descendant const& one) {
   std::string const stat = contentsOf(folder + "stat");
   detail::stat_line line;
   std::ostringstream words;
-  words << one.pid << " " << one.name << ", ";
+  words << one.pid << " " << printable(one.name) << ", ";
   if (!detail::parseStatLine(stat.data(), stat.size(), &line)) {
     words << "ended meanwhile";
     return words.str();
@@ -70,9 +78,8 @@ std::string describeProcess(descendant const& one) {
   std::string const waitsIn = contentsOf(folder + "wchan");
   if (!waitsIn.empty() && waitsIn != "0") words << ", waits in " << waitsIn;
   std::string command = contentsOf(folder + "cmdline");
-  for (char& c : command)
-    if (static_cast<unsigned char>(c) < ' ') c = ' ';
-  if (!command.empty()) words << ": " << command.substr(0, 200);
+  std::replace(command.begin(), command.end(), '\0', ' ');  // between the arguments
+  if (!command.empty()) words << ": " << printable(command.substr(0, 200));
   return words.str();
 }
 

@@ -41,11 +41,11 @@ std::string numberOr(std::optional<int> number, char const* absent) {
 void printRow(found_report const& one) {
   auto const verdict = one.isError ? coloured(stdout, colour::red, "error  ")
                                    : coloured(stdout, colour::green, "good   ");
-  std::printf("%-17s %s %11s %11s %6s %-8s %-6s %s%s%s\n", one.time.c_str(), verdict.c_str(),
-              numberOr(one.code, "-").c_str(), numberOr(one.frame, "-").c_str(),
+  std::printf("%-17s %s %11s %11s %6s %-8s %-6s %s%s%s\n", printable(one.time).c_str(),
+              verdict.c_str(), numberOr(one.code, "-").c_str(), numberOr(one.frame, "-").c_str(),
               numberOr(one.jobThread, "-").c_str(), one.wasForgiven ? "yes" : "no",
               one.hasWaited ? "yes" : "no", nameOf(one.message), one.reason.empty() ? "" : ": ",
-              one.reason.c_str());
+              printable(one.reason).c_str());
 }
 
 void printJson(found_report const& one, std::string const& file) {
@@ -86,9 +86,9 @@ int readAll(int input, report_reader& reader, std::vector<char>& buffer) {
     if (got == 0) break;
     held += static_cast<std::size_t>(got);
     std::size_t used = reader.feed({buffer.data(), held});
-    if (used == 0 && held == buffer.size()) {  // one line fills it all: no report has such lines
-      reader.skip(held);
-      used = held;
+    if (used == 0 && held == buffer.size()) {  // one line fills it all
+      used = held - report_reader::kTailBytes;
+      reader.skip(used);
     }
     held -= used;
     std::memmove(buffer.data(), buffer.data() + used, held);
@@ -150,7 +150,7 @@ command addReport(CLI::App& program) {
       "the\n"
       "report has no end. A '-' as CODE is a report of a wrong argument.\n"
       "Exit status: 1 if a file can't be read.\n"
-      "Example: grep -h '' logs/*.log | qzframe report");
+      "Example: zcat logs/*.gz | qzframe report");
   return {parser, [chosen] { return run(*chosen); }};
 }
 

@@ -10,6 +10,8 @@ constexpr std::string_view kHeader = "Render executable closed";
 constexpr std::string_view kWait = "||CheckExitcode|| waiting for executable to close...";
 constexpr std::string_view kReturned = "Executable returned ";
 constexpr std::string_view kMark = "++";
+// A report whose tool was killed does not keep the reader busy for the rest of the log.
+constexpr int kMostForeignLines = 1000;
 constexpr std::size_t kFrameWidth = 100;  // of a frame without text, behind the mark
 
 // The C library's search, which is several times faster than the standard library's.
@@ -31,7 +33,11 @@ struct framed_text {
 
 framed_text unframe(std::string_view line) {
   if (line.ends_with('\r')) line.remove_suffix(1);
-  auto const mark = line.find(kMark);
+  // A line with a fill has its place at the end, whatever a logger or a renderer that didn't end
+  // its own line put in front of it.
+  constexpr std::size_t kWidth = kMark.size() + kFrameWidth;
+  std::size_t const place = line.size() < kWidth ? 0 : line.size() - kWidth;
+  auto const mark = line.substr(place).starts_with(kMark) ? place : line.find(kMark);
   if (mark == std::string_view::npos) return {0, {}};
   line.remove_prefix(mark + kMark.size());
   char const fill = line.ends_with('_') ? '_' : '+';
@@ -74,22 +80,24 @@ bool goesOnBehind(std::string_view text) {
                                           text.ends_with("' is not a valid render instance!")));
 }
 
-// The start of the next line that matters to a reader outside of a report, or npos.
-std::size_t nextMark(std::string_view part, std::size_t from) {
-  auto const header = positionOf(part, kHeader, from);
-  auto const before = part.substr(0, header == std::string_view::npos ? part.size() : header);
+}  // namespace
+
+// The start of the next line that matters to a reader outside of a report, or npos. The position of
+// the header is kept, so that many waits in front of it don't each search for it again.
+std::size_t report_reader::nextMark(std::string_view part, std::size_t from) {
+  if (nextHeader < from) nextHeader = positionOf(part, kHeader, from);
+  auto const before = part.substr(0, std::min(nextHeader, part.size()));
   auto const wait = positionOf(before, kWait, from);
-  auto const found = std::min(header, wait);
+  auto const found = std::min(nextHeader, wait);
   if (found == std::string_view::npos || found == 0) return found;
   auto const lineFeed = part.rfind('\n', found - 1);
   return lineFeed == std::string_view::npos ? 0 : lineFeed + 1;
 }
 
-}  // namespace
-
 void report_reader::give(found_report::posting message) {
   if (report.reason.empty()) report.message = message;
   take(report);
+  foreignLines = 0;
   isInside = mayBeOver = false;
 }
 
@@ -125,6 +133,7 @@ void report_reader::readLine(std::string_view line) {
     // An empty frame right in front belongs to this header: the report before had no end.
     if (isInside) give(found_report::unknown);
     report = {};
+    foreignLines = 0;
     report.offset = lineOffset;
     report.time = withoutBlanksAtTheEnd(text.substr(0, text.size() - kHeader.size()));
     report.isError = fill == '+';
@@ -132,7 +141,10 @@ void report_reader::readLine(std::string_view line) {
   } else if (mayBeOver && !(fill != 0 && text.empty())) {
     give(found_report::posted);
   } else if (isInside && fill != 0) {
+    foreignLines = 0;
     readFramed(fill, text);
+  } else if (isInside && ++foreignLines == kMostForeignLines) {
+    give(found_report::unknown);
   }
 }
 
@@ -141,6 +153,7 @@ std::size_t report_reader::feed(std::string_view part) {
   if (lastFeed == std::string_view::npos) return 0;
   std::string_view const lines = part.substr(0, lastFeed + 1);
   std::size_t at = 0;
+  nextHeader = positionOf(lines, kHeader, 0);
   while (at < lines.size()) {
     if (!isInside) at = nextMark(lines, at);
     if (at == std::string_view::npos) break;

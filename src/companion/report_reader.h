@@ -37,12 +37,14 @@ struct found_report {
 
 class report_reader {
  public:
+  static constexpr std::size_t kTailBytes = 1024;  // more than the longest line of the check
+
   explicit report_reader(std::function<void(found_report const&)> taker) : take(std::move(taker)) {}
 
   // Takes the next part of the log. Gives every report to `take` as soon as its end is certain.
   // Returns how many bytes were used up: what stands behind the last line feed must be given again
-  // in front of the next part, unless nothing of a part was used up, which a line without an end
-  // does; the caller then drops it with skip.
+  // in front of the next part. A line too long for the caller's memory may lose its beginning, all
+  // but kTailBytes; the caller tells so with skip.
   std::size_t feed(std::string_view part);
   void skip(std::size_t bytes) { position += bytes; }
   // The log has ended; `rest` is a last line without a line feed.
@@ -52,6 +54,7 @@ class report_reader {
   void readLine(std::string_view line);
   void readFramed(char fill, std::string_view text);
   void give(found_report::posting message);
+  std::size_t nextMark(std::string_view part, std::size_t from);
 
   std::function<void(found_report const&)> take;
   std::uint64_t position = 0;  // bytes of the log in front of the part
@@ -60,6 +63,8 @@ class report_reader {
   bool isInside = false;   // between a report's header and its end
   bool mayBeOver = false;  // saw an empty frame: the end of this report or the start of the next
   bool sawWait = false;
+  int foreignLines = 0;        // without a frame, since the report's last line
+  std::size_t nextHeader = 0;  // in the part, as far as it was searched; npos if there is none
 };
 
 }  // namespace qz::companion

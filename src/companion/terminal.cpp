@@ -39,6 +39,12 @@ std::string coloured(std::FILE* stream, colour wanted, std::string_view text) {
   return std::string(sequenceOf(wanted)).append(text).append("\033[0m");
 }
 
+std::string printable(std::string text) {
+  for (char& one : text)
+    if (static_cast<unsigned char>(one) < ' ' || one == '\x7f') one = '?';
+  return text;
+}
+
 void complain(std::string_view sentence) {
   std::fprintf(stderr, "qzframe: %.*s\n", static_cast<int>(sentence.size()), sentence.data());
 }

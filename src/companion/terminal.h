@@ -15,6 +15,10 @@ enum class colour { red, green, yellow, bold };
 // or empty, else as it is.
 std::string coloured(std::FILE* stream, colour wanted, std::string_view text);
 
+// Returns `text` with a question mark for every control character, so that a name or a log can't
+// move a terminal's cursor or forge a line.
+std::string printable(std::string text);
+
 // Prints "qzframe: " and the sentence on standard error.
 void complain(std::string_view sentence);
 

@@ -22,7 +22,7 @@ constexpr int kNoList = 3;
 constexpr int kKernelNameBytes = 15;
 
 std::string told(record const& one) {
-  return std::to_string(one.pid) + " (" + one.name.asChar() + ")";
+  return std::to_string(one.pid) + " (" + printable(one.name.asChar()) + ")";
 }
 
 record const* recordOf(_qzProcessList const& list, unsigned pid) {
@@ -42,7 +42,9 @@ std::vector<std::string> zombiesOf(name_text const& name) {
     text << std::ifstream(folder.path() / "stat").rdbuf();
     std::string const line = text.str();
     detail::stat_line read;
-    if (!detail::parseStatLine(line.data(), line.size(), &read) || read.state != 'Z') continue;
+    if (!detail::parseStatLine(line.data(), line.size(), &read) || read.state != 'Z' ||
+        read.threads > 1)
+      continue;
     if (name_text(std::string(read.name, read.nameSize).c_str()).isEqual(name))
       found.push_back(std::to_string(pid) + ", child of " + std::to_string(read.parentPid));
   }
@@ -119,6 +121,11 @@ int explainWait(std::string const& given) {
   tell("of that name, but children of others", found.others);
   tell("of that name, but ended and not yet reaped", zombiesOf(name));
 
+  if (name == name_text("QZCHECKEXITCODE")) {
+    std::printf("%s for itself, without end: it bears that name.\n",
+                coloured(stdout, colour::red, "It would wait").c_str());
+    return kWaits;
+  }
   std::string const rule = ruleOf(found, search);
   if (search.renderPid > 0) {
     std::printf("%s for %d: %s.\n", coloured(stdout, colour::yellow, "It would wait").c_str(),
