@@ -80,7 +80,7 @@ TEST(ReportReader, DoesNotDependOnHowTheLogIsCut) {
 TEST(ReportReader, LooksBehindTheWordsOfALoggerAndPastLineEndsOfWindows) {
   std::string log;
   for (char const one : kGood)
-    log += one == '\n' ? std::string("\r\n12:00 INFO ") : std::string(1, one);
+    log += one == '\n' ? std::string("\r\n12:00 c++ INFO ") : std::string(1, one);
   EXPECT_EQ(read(log, log.size()), "104 good 5 7 3 forgiven posted\n");
 }
 
