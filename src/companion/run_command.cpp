@@ -29,6 +29,7 @@ constexpr std::size_t kKernelNameBytes = 15;
 constexpr int kNotFound = 127;  // as shells say it
 constexpr int kNotExecutable = 126;
 constexpr pid_t kNobody = 0;
+constexpr double kSettleSeconds = 0.5;
 constexpr double kKillSeconds = 10;  // after which what still lives can't be killed
 
 using clock = std::chrono::steady_clock;
@@ -203,11 +204,21 @@ void waitForEnding(launch& one) {
   while (isEnding(one) && !descendants(kNobody).empty()) waitALittle(one);
 }
 
+// What a wrapper leaves behind needs a moment to start the render and to bear its name.
+void waitForHidden(launch& one) {
+  for (auto seen = clock::now(); one.stage != launch::given_up && !descendants(kNobody).empty();) {
+    if (hidesFromCheck(one.chosen.process))
+      seen = clock::now();
+    else if (clock::now() - seen >= seconds(kSettleSeconds))
+      return;
+    waitALittle(one);
+  }
+}
+
 void waitForRender(launch& one) {
   while (!one.renderHasEnded && one.stage != launch::given_up) waitALittle(one);
   waitForEnding(one);
-  if (!one.chosen.process.empty())
-    while (one.stage != launch::given_up && hidesFromCheck(one.chosen.process)) waitALittle(one);
+  if (!one.chosen.process.empty()) waitForHidden(one);
 }
 
 int exitCodeOf(int status) {
