@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <vector>
 
 #include "companion/command.h"
@@ -10,7 +11,7 @@
 
 namespace {
 
-constexpr int kUnwritten = 1;
+constexpr int kFailed = 1;
 
 // Where the command of `run` begins: behind the first "--". CLI11 never sees it, for it would take
 // an argument such as "[a,b]" apart.
@@ -20,9 +21,7 @@ int endOfOptions(int argc, char** argv) {
   return static_cast<int>(std::find_if(argv, argv + argc, isMark) - argv);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runProgram(int argc, char** argv) {
   using namespace qz::companion;
   int const end = endOfOptions(argc, argv);
   std::vector<std::string> words(argv + std::min(end + 1, argc), argv + argc);
@@ -48,7 +47,18 @@ int main(int argc, char** argv) {
       int const status = one.run();
       if (std::fflush(stdout) == 0) return status;
       complain(std::string("the output can't be written: ") + std::strerror(errno));
-      return status == 0 ? kUnwritten : status;
+      return status == 0 ? kFailed : status;
     }
   return kUsageStatus;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return runProgram(argc, argv);
+  } catch (std::exception const& failure) {  // no memory
+    qz::companion::complain(failure.what());
+    return kFailed;
+  }
 }
