@@ -206,11 +206,15 @@ void waitForEnding(launch& one) {
 
 // What a wrapper leaves behind needs a moment to start the render and to bear its name.
 void waitForHidden(launch& one) {
+  bool isTold = false;
   for (auto seen = clock::now(); one.stage != launch::given_up && !descendants(kNobody).empty();) {
-    if (hidesFromCheck(one.chosen.process))
-      seen = clock::now();
-    else if (clock::now() - seen >= seconds(kSettleSeconds))
-      return;
+    bool const isHidden = hidesFromCheck(one.chosen.process);
+    if (isHidden && !isTold) {
+      complain("waiting for " + one.chosen.process + " below a process that the command left");
+      isTold = true;
+    }
+    if (isHidden) seen = clock::now();
+    if (clock::now() - seen >= seconds(kSettleSeconds)) return;
     waitALittle(one);
   }
 }

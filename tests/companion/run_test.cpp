@@ -68,8 +68,9 @@ TEST(FrameRun, FindsWhatAWrapperLeavesBehind) {
       SCOPED_TRACE(&running - all);
       auto const run = driver::finish(running);
       EXPECT_EQ(WEXITSTATUS(run.status), 4);
-      EXPECT_EQ(run.output.starts_with(kWaits + std::to_string(running.pid)), &running != all)
-          << run.output;
+      std::string const first = &running == all ? "qzframe: waiting for RenderApp below"
+                                                : kWaits + std::to_string(running.pid);
+      EXPECT_TRUE(run.output.starts_with(first)) << run.output;
       EXPECT_NE(run.output.find(returned(4)), std::string::npos) << run.output;
       EXPECT_GE(run.seconds, 3);
     }
