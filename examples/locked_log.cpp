@@ -195,18 +195,19 @@ int main(int argc, char** argv) {
     printHelp();
     return 0;
   }
-  // A writer that is killed leaves its lock file, so it ends between two lines.
-  struct sigaction action = {};
-  action.sa_handler = [](int) { endRequested = 1; };
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-
   int waited = 0;
   auto const run = nameOfRun();
   _qzFileLocker2 locker(lockTargetOf(chosen));
   if (!locker.lock(chosen.timeoutMs, "locked_log, first look", &waited, false))
     return explainNoLock(chosen, locker, waited);
   locker.unlock();
+
+  // A writer that is killed leaves its lock file, so it ends between two lines. Only from here on:
+  // a person must be able to end the wait above.
+  struct sigaction action = {};
+  action.sa_handler = [](int) { endRequested = 1; };
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
 
   void* const shared = mmap(nullptr, sizeof(writer_result) * kMostProcesses, PROT_READ | PROT_WRITE,
                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -298,7 +299,7 @@ bool readOptions(int argc, char** argv, options& chosen) {
       chosen.file = option;
     }
   }
-  if (chosen.file == nullptr || std::strlen(chosen.file) > kLongestName) {
+  if (chosen.file == nullptr || *chosen.file == 0 || std::strlen(chosen.file) > kLongestName) {
     std::fprintf(stderr, "locked_log: needs the name of the log, 1 to %zu characters.\n",
                  kLongestName);
     return false;

@@ -34,7 +34,8 @@ float mebibytes(std::int64_t bytes) {
 
 // To the nearest number, a half away from zero; pauses far beyond the time give the least int.
 int rounded(float value) {
-  double const nearest = static_cast<double>(value < 0 ? value - 0.5f : value + 0.5f);
+  // As double: beyond 2^23 a float has no room for the half and would go to the next even number.
+  double const nearest = value < 0 ? value - 0.5 : value + 0.5;
   constexpr double kLeast = std::numeric_limits<int>::min();
   constexpr double kMost = std::numeric_limits<int>::max();
   return static_cast<int>(std::clamp(nearest, kLeast, kMost));

@@ -1,10 +1,9 @@
-// A folder of the test's own, and child processes in which things go wrong for real.
+// A folder of the test's own to stand in, and child processes in which things go wrong for real.
 #ifndef QZ_TESTS_FILES_SCENE_H_
 #define QZ_TESTS_FILES_SCENE_H_
 
 #include <gtest/gtest.h>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -18,10 +17,12 @@
 
 struct files_scene : testing::Test {
   std::string folder = "/tmp/qz_files_XXXXXX";
+  std::filesystem::path const placeBefore = std::filesystem::current_path();
   mode_t const maskBefore = umask(022);
-  files_scene() { EXPECT_EQ(chmod(mkdtemp(folder.data()), 0755), 0); }
+  files_scene() { EXPECT_EQ(chmod(mkdtemp(folder.data()), 0755) + chdir(folder.c_str()), 0); }
   ~files_scene() override {
-    insteadOfSleeping = {}, umask(maskBefore), std::filesystem::remove_all(folder);
+    insteadOfSleeping = {}, umask(maskBefore), std::filesystem::current_path(placeBefore);
+    std::filesystem::remove_all(folder);
   }
   std::string at(std::string const& name) const { return folder + "/" + name; }
 };
