@@ -8,15 +8,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <fstream>
 #include <string>
-#include <system_error>
 
+#include "command_line.h"
 #include "data/checksums.h"
 #include "files/file_operations.h"
 #include "files/lock_file.h"
@@ -24,6 +23,9 @@
 #include "tool/system_services.h"
 
 namespace {
+
+using example::isHelp;
+using example::readNumber;
 
 constexpr int kMostProcesses = 200;
 constexpr int kMostLines = 100000;
@@ -266,32 +268,20 @@ void printHelp() {
       kMostProcesses, kMostLines);
 }
 
-// Says what is wrong with the value, null if it is missing, and returns false.
-bool readNumber(char const* option, char const* value, int least, int most, int& number) {
-  if (value != nullptr) {
-    char const* const end = value + std::strlen(value);
-    auto const [rest, failure] = std::from_chars(value, end, number);
-    if (failure == std::errc() && rest == end && number >= least && number <= most) return true;
-  }
-  std::fprintf(stderr, "locked_log: %s needs a number from %d to %d", option, least, most);
-  if (value != nullptr) std::fprintf(stderr, ", not \"%s\"", value);
-  std::fputs(".\n", stderr);
-  return false;
-}
-
 bool readOptions(int argc, char** argv, options& chosen) {
   for (int i = 1; i < argc; ++i) {
     char const* const option = argv[i];
-    if (std::strcmp(option, "-h") == 0 || std::strcmp(option, "--help") == 0) {
+    if (isHelp(option)) {
       chosen.onlyHelp = true;
       return true;
     }
     if (std::strcmp(option, "--processes") == 0) {
-      if (!readNumber(option, argv[++i], 1, kMostProcesses, chosen.processes)) return false;
+      if (!readNumber("locked_log", option, argv[++i], 1, kMostProcesses, chosen.processes))
+        return false;
     } else if (std::strcmp(option, "--lines") == 0) {
-      if (!readNumber(option, argv[++i], 1, kMostLines, chosen.lines)) return false;
+      if (!readNumber("locked_log", option, argv[++i], 1, kMostLines, chosen.lines)) return false;
     } else if (std::strcmp(option, "--timeout") == 0) {
-      if (!readNumber(option, argv[++i], 0, 3600000, chosen.timeoutMs)) return false;
+      if (!readNumber("locked_log", option, argv[++i], 0, 3600000, chosen.timeoutMs)) return false;
     } else if (option[0] == '-' || chosen.file != nullptr) {
       std::fprintf(stderr, "locked_log: unknown option \"%s\"; --help lists them.\n", option);
       return false;

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -13,11 +12,15 @@
 #include <system_error>
 #include <thread>
 
+#include "command_line.h"
 #include "files/file_operations.h"
 #include "time/stopwatch.h"
 #include "tool/system_services.h"
 
 namespace {
+
+using example::isHelp;
+using example::readNumber;
 
 using path = _qzString8_allSize<500>;
 
@@ -143,30 +146,18 @@ void printHelp() {
       kMostSleepMs);
 }
 
-bool readSleep(char const* value, short& sleepMs) {
-  if (value != nullptr) {
-    char const* const end = value + std::strlen(value);
-    auto const [rest, failure] = std::from_chars(value, end, sleepMs);
-    if (failure == std::errc() && rest == end && sleepMs >= 0 && sleepMs <= kMostSleepMs)
-      return true;
-  }
-  std::fprintf(stderr, "paced_copy: --sleep needs a number from 0 to %d", kMostSleepMs);
-  if (value != nullptr) std::fprintf(stderr, ", not \"%s\"", value);
-  std::fputs(".\n", stderr);
-  return false;
-}
-
 bool readOptions(int argc, char** argv, options& chosen) {
   for (int i = 1; i < argc; ++i) {
     char const* const option = argv[i];
-    if (std::strcmp(option, "-h") == 0 || std::strcmp(option, "--help") == 0) {
+    if (isHelp(option)) {
       chosen.onlyHelp = true;
       return true;
     }
     if (std::strcmp(option, "--overwrite") == 0) {
       chosen.overwrite = true;
     } else if (std::strcmp(option, "--sleep") == 0) {
-      if (!readSleep(argv[++i], chosen.sleepMs)) return false;
+      if (!readNumber("paced_copy", option, argv[++i], 0, kMostSleepMs, chosen.sleepMs))
+        return false;
     } else if (option[0] == '-' || chosen.nameCount == 2) {
       std::fprintf(stderr, "paced_copy: unknown option \"%s\"; --help lists them.\n", option);
       return false;

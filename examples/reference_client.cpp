@@ -4,18 +4,20 @@
 #include <signal.h>
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <system_error>
 
+#include "command_line.h"
 #include "sharedmem/shared_memory.h"
 #include "tool/client_block.h"
 #include "tool/system_services.h"
 
 namespace {
+
+using example::isHelp;
+using example::readNumber;
 
 using shared_block = client_block volatile;
 
@@ -191,31 +193,21 @@ void sleepUntilDue(int milliseconds) {
 
 // --- options ---
 
-// Says what is wrong with the value, null if it is missing, and returns false.
-bool readNumber(char const* option, char const* value, int least, int most, int& number) {
-  if (value != nullptr) {
-    char const* const end = value + std::strlen(value);
-    auto const [rest, failure] = std::from_chars(value, end, number);
-    if (failure == std::errc() && rest == end && number >= least && number <= most) return true;
-  }
-  std::fprintf(stderr, "reference_client: %s needs a number from %d to %d", option, least, most);
-  if (value != nullptr) std::fprintf(stderr, ", not \"%s\"", value);
-  std::fputs(".\n", stderr);
-  return false;
-}
-
 bool readOptions(int argc, char** argv, options& chosen) {
   for (int i = 1; i < argc; ++i) {
     char const* const option = argv[i];
-    if (std::strcmp(option, "-h") == 0 || std::strcmp(option, "--help") == 0) {
+    if (isHelp(option)) {
       chosen.onlyHelp = true;
     } else if (std::strcmp(option, "--once") == 0) {
       chosen.once = true;
     } else if (std::strcmp(option, "--interval") == 0) {
-      if (!readNumber(option, argv[++i], 1, 3600000, chosen.intervalMs)) return false;
+      if (!readNumber("reference_client", option, argv[++i], 1, 3600000, chosen.intervalMs))
+        return false;
     } else if (std::strcmp(option, "--size") == 0) {
       constexpr int kMost = INT_MAX - 8;  // the segment's header comes on top
-      if (!readNumber(option, argv[++i], kClientBlockBytes, kMost, chosen.blockBytes)) return false;
+      if (!readNumber("reference_client", option, argv[++i], kClientBlockBytes, kMost,
+                      chosen.blockBytes))
+        return false;
     } else {
       std::fprintf(stderr, "reference_client: unknown option \"%s\"; --help lists them.\n", option);
       return false;
