@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 #include "strings/text_core.h"
 
@@ -14,25 +16,11 @@ namespace {
 // Sixteen bytes that are tested at once; a compiler without vector registers takes them apart.
 using block [[gnu::vector_size(16)]] = unsigned char;
 constexpr int kBlock = sizeof(block);
+// From this size on the time for a look at the data is well spent.
+constexpr int kWorthSampling = 16'384;
+constexpr int kSamples = 256;
 
 int charactersOf(search_text const& text) { return viewOf(text).used(); }
-
-// What a byte has to be: `lowest` as soon as the bits of `either` are set. Of a letter in both
-// cases that is the bit that tells them apart, of everything else none.
-struct wanted_byte {
-  unsigned char either, lowest;
-
-  wanted_byte(char upper, char lower)
-      : either(static_cast<unsigned char>(upper ^ lower)),
-        lowest(static_cast<unsigned char>(upper | lower)) {}
-  bool operator()(unsigned char byte) const { return (byte | either) == lowest; }
-  // The bits of the bytes that match, the others are zero.
-  block among(unsigned char const* bytes) const {
-    block sixteen;
-    std::memcpy(&sixteen, bytes, sizeof sixteen);
-    return reinterpret_cast<block>((sixteen | either) == lowest);
-  }
-};
 
 bool isAny(block hits) {
   auto const words = std::bit_cast<std::array<std::uint64_t, 2>>(hits);
@@ -47,64 +35,126 @@ int placeOfFirst(block hits) {
   return skipped + (lowFirst ? std::countr_zero(word) : std::countl_zero(word)) / 8;
 }
 
+// One character of the text as a test of sixteen ends. A byte matches if it is `lowest` once the
+// bits of `either` are set: of a letter in both cases the bit that tells them apart, else none.
+struct probe {
+  int distance;  // from the end of the text
+  block either, lowest;
+};
+
+template <bool AnyCase>
 struct search {
   unsigned char const* bytes;
   int span;
   search_text const& upper;
   search_text const& lower;
-  int count = charactersOf(upper);
-  wanted_byte first = wantedAt(0), last = wantedAt(count - 1);
+  int count;
+  probe probes[4];
 
-  wanted_byte wantedAt(int i) const { return {upper.data[i], lower.data[i]}; }
-
-  block endsAmong(int end) const {
-    return last.among(bytes + end) & first.among(bytes + end - (count - 1));
+  search(char const* data, int size, search_text const& upperText, search_text const& lowerText)
+      : bytes(reinterpret_cast<unsigned char const*>(data)),
+        span(size),
+        upper(upperText),
+        lower(lowerText),
+        count(charactersOf(upperText)) {
+    if (span < kWorthSampling)
+      for (int i = 0; i < 4; ++i) probes[i] = probeAt((count - 1) * i / 3);
+    else
+      probeRareCharacters();
   }
 
-  // Returns the next place from `end` on at which the text could end, going by its first and its
-  // last character, or `span`.
+  probe probeAt(int i) const {
+    auto const u = static_cast<unsigned char>(upper.data[i]);
+    auto const l = static_cast<unsigned char>(lower.data[i]);
+    return {count - 1 - i, block{} | static_cast<unsigned char>(u ^ l),
+            block{} | static_cast<unsigned char>(u | l)};
+  }
+
+  // Tests the characters first that are rarest in a sample of the data.
+  void probeRareCharacters() {
+    int seen[256] = {};
+    std::ptrdiff_t const stride = span / kSamples;
+    for (int i = 0; i < kSamples; ++i) ++seen[bytes[i * stride]];
+    auto const occurrences = [&](int i) {
+      auto const u = static_cast<unsigned char>(upper.data[i]);
+      auto const l = static_cast<unsigned char>(lower.data[i]);
+      return AnyCase ? seen[u] + seen[l] : seen[u];
+    };
+    int places[search_text::kCapacity];
+    std::iota(places, places + count, 0);
+    int const chosen = std::min(count, 4);
+    std::partial_sort(places, places + chosen, places + count,
+                      [&](int a, int b) { return occurrences(a) < occurrences(b); });
+    for (int i = 0; i < 4; ++i) probes[i] = probeAt(places[i % chosen]);
+  }
+
+  template <int First>
+  block endsBy(int end) const {
+    block one, other;
+    std::memcpy(&one, bytes + end - probes[First].distance, sizeof one);
+    std::memcpy(&other, bytes + end - probes[First + 1].distance, sizeof other);
+    if constexpr (AnyCase) one |= probes[First].either, other |= probes[First + 1].either;
+    return reinterpret_cast<block>((one == probes[First].lowest) &
+                                   (other == probes[First + 1].lowest));
+  }
+
+  // Returns the next place from `end` on at which the text could end, going by the probes, or
+  // `span`.
   int nextEnd(int end) const {
-    while (span - end >= kBlock) {
-      block const hits = endsAmong(end);
-      if (isAny(hits)) return end + placeOfFirst(hits);
-      end += kBlock;
-      while (span - end >= 4 * kBlock) {
-        block const a = endsAmong(end), b = endsAmong(end + kBlock);
-        block const c = endsAmong(end + 2 * kBlock), d = endsAmong(end + 3 * kBlock);
-        if (isAny((a | b) | (c | d))) break;
-        end += 4 * kBlock;
-      }
+    for (; span - end >= 4 * kBlock; end += 4 * kBlock) {
+      int const places[] = {end, end + kBlock, end + 2 * kBlock, end + 3 * kBlock};
+      block a = endsBy<0>(places[0]), b = endsBy<0>(places[1]);
+      block c = endsBy<0>(places[2]), d = endsBy<0>(places[3]);
+      if (!isAny((a | b) | (c | d))) continue;
+      a &= endsBy<2>(places[0]), b &= endsBy<2>(places[1]);
+      c &= endsBy<2>(places[2]), d &= endsBy<2>(places[3]);
+      if (isAny(a)) return places[0] + placeOfFirst(a);
+      if (isAny(b)) return places[1] + placeOfFirst(b);
+      if (isAny(c)) return places[2] + placeOfFirst(c);
+      if (isAny(d)) return places[3] + placeOfFirst(d);
     }
-    while (end < span && !(last(bytes[end]) && first(bytes[end - (count - 1)]))) ++end;
+    for (; span - end >= kBlock; end += kBlock) {
+      block const hits = endsBy<0>(end) & endsBy<2>(end);
+      if (isAny(hits)) return end + placeOfFirst(hits);
+    }
+    while (end < span && !matches(0, end)) ++end;
     return end;
+  }
+
+  // Whether the character so far from the end of the text can stand at this distance from `end`.
+  bool matches(int distance, int end) const {
+    char const byte = static_cast<char>(bytes[end - distance]);
+    int const i = count - 1 - distance;
+    return byte == upper.data[i] || (AnyCase && byte == lower.data[i]);
   }
 
   // Compares backward from `end`.
   int matchesAt(int end) const {
-    int matches = 0;
-    while (matches < count && wantedAt(count - 1 - matches)(bytes[end - matches])) ++matches;
-    return matches;
+    int same = 0;
+    while (same < count && matches(same, end)) ++same;
+    return same;
   }
 
   int run() const {
-    search_tables const tables = makeSearchTables(upper, lower);
-    // Between two jumps the places are passed at which the first comparison, or the last one, must
-    // fail. No table leads over a match, so neither the tables nor this change what is found.
-    for (int end = nextEnd(count - 1); end < span;) {
-      int const matches = matchesAt(end);
-      if (matches == count) return end - count + 1;
-      int const jump =
-          std::max(tables.badCharacter[bytes[end - matches]] - matches, tables.goodSuffix[matches]);
-      end = nextEnd(end + jump);
+    // Between two jumps the places are passed at which a comparison must fail. No table leads over
+    // a match, so neither they nor this change what is found. And a search that meets nothing, or
+    // at once a match, never looks into the tables.
+    int end = nextEnd(count - 1);
+    if (end < span && matchesAt(end) < count) {
+      search_tables const tables = makeSearchTables(upper, lower);
+      for (int same; end < span && (same = matchesAt(end)) < count;)
+        end = nextEnd(
+            end + std::max(tables.badCharacter[bytes[end - same]] - same, tables.goodSuffix[same]));
     }
-    return -1;
+    return end < span ? end - count + 1 : -1;
   }
 };
 
+template <bool AnyCase>
 int find(char const* bytes, int count, search_text const& upper, search_text const& lower) {
   int const needed = charactersOf(upper);
   if (needed == 0 || count < needed) return -1;
-  return search{reinterpret_cast<unsigned char const*>(bytes), count, upper, lower}.run();
+  return search<AnyCase>(bytes, count, upper, lower).run();
 }
 
 }  // namespace
@@ -140,14 +190,14 @@ search_tables makeSearchTables(search_text const& upper, search_text const& lowe
 }
 
 int findBytes(char const* bytes, int count, search_text const& text) {
-  return find(bytes, count, text, text);
+  return find<false>(bytes, count, text, text);
 }
 
 int findBytesIgnCase(char const* bytes, int count, search_text const& text) {
   search_text upper = text, lower = text;
   upper.makeUpper();
   lower.makeLower();
-  return find(bytes, count, upper, lower);
+  return find<true>(bytes, count, upper, lower);
 }
 
 }  // namespace qz::detail

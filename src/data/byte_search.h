@@ -1,7 +1,8 @@
 // Search for a byte sequence by the algorithm of R. S. Boyer and J. S. Moore, "A Fast String
 // Searching Algorithm", Communications of the ACM 20 (10), 1977, with a table for the bad character
 // and one for the good suffix, in the simple form that does not ask for a differing character in
-// front of the suffix. Both are built per call, on the stack: nothing is allocated.
+// front of the suffix. Both are built per call, on the stack, at the first place that needs a jump:
+// nothing is allocated.
 #ifndef QZ_DATA_BYTE_SEARCH_H_
 #define QZ_DATA_BYTE_SEARCH_H_
 

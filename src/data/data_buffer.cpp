@@ -143,7 +143,7 @@ void _QZ_DataBuffer::copyTo(_QZ_DataBuffer& target, int const& offset) const {
   target.dataSize = wrappingSum(dataSize, gap);
   target.sizeField = wrappingSum(sizeField, gap);
   // Required: whether there is room now is not looked at.
-  copyBytes(target.data + gap, data, bytes);
+  if (bytes > 0) copyBytes(target.data + gap, data, bytes);
 }
 
 bool _QZ_DataBuffer::append(char const* source, int const& count) {
@@ -159,18 +159,14 @@ bool _QZ_DataBuffer::append(char const* source, int const& count) {
   return true;
 }
 
-void _QZ_DataBuffer::write(char const* source, int const& count) {
-  int const bytes = count;
-  std::int64_t const needed = std::int64_t{dataSize} + bytes;
-  if (needed > capacity || dataSize < 0) {
-    copy_source const from(*this, source);
-    std::int64_t const target = needed + kWriteReserve;
-    lastError = kNoError;
-    if (!canHold(dataSize, target)) return;
-    if (!reallocate(*this, static_cast<int>(target))) return;
-    source = from.in(*this);
-  }
-  copyBytes(data + dataSize, source, bytes);
+void _QZ_DataBuffer::writeGrowing(char const* source, int count) {
+  copy_source const from(*this, source);
+  std::int64_t const needed = std::int64_t{dataSize} + count;
+  std::int64_t const target = needed + kWriteReserve;
+  lastError = kNoError;
+  if (!canHold(dataSize, target)) return;
+  if (!reallocate(*this, static_cast<int>(target))) return;
+  copyBytes(data + dataSize, from.in(*this), count);
   dataSize = static_cast<int>(needed);
 }
 
@@ -183,13 +179,14 @@ void _QZ_DataBuffer::copyToBuffer(char* target, int const& count) const {
 }
 
 bool _QZ_DataBuffer::read(char* target, int const& count) {
-  std::int64_t const end = std::int64_t{readPosition} + count;
-  if (count < 0 || end > dataSize) return false;
-  // What the header counts beyond the block cannot be read.
-  if (count > 0 && end > capacity) return false;
   int const bytes = count;
+  std::int64_t const end = std::int64_t{readPosition} + bytes;
+  if (bytes < 0 || end > dataSize) return false;
+  if (bytes == 0) return true;
+  // What the header counts beyond the block cannot be read.
+  if (end > capacity) return false;
   copyBytes(target, data + readPosition, bytes);
-  readPosition += static_cast<unsigned>(bytes);
+  readPosition = static_cast<unsigned>(end);
   return true;
 }
 

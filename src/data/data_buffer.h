@@ -12,7 +12,9 @@
 #ifndef QZ_DATA_DATA_BUFFER_H_
 #define QZ_DATA_DATA_BUFFER_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "data/data_buffer_header.h"
 #include "strings/string8.h"
@@ -78,7 +80,16 @@ struct _QZ_DataBuffer : _QZ_DataBuffer_Header {
   // small pieces. What would pass QZ_MaxBufferBytes with this reserve is not written, and nothing
   // but an unchanged `dataSize` tells. `lastError` is cleared only by growing. `count` must not be
   // negative: nothing tests it.
-  void write(char const* source, int const& count);
+  void write(char const* source, int const& count) {
+    int const bytes = count;
+    std::int64_t const needed = std::int64_t{dataSize} + bytes;
+    if (needed > capacity || dataSize < 0) return writeGrowing(source, bytes);
+    if (bytes == 1)
+      data[dataSize] = *source;
+    else if (bytes > 0)
+      std::memmove(data + dataSize, source, static_cast<std::size_t>(bytes));
+    dataSize = static_cast<std::int32_t>(needed);
+  }
 
   // --- reading ---
 
@@ -112,6 +123,9 @@ struct _QZ_DataBuffer : _QZ_DataBuffer_Header {
   // Turns text from a file back into plain base-85 text, in place. With `stripMarks` what stands
   // outside of the marks is dropped as well.
   void A85_cleantext(bool const& stripMarks);
+
+ private:
+  void writeGrowing(char const* source, int count);
 };
 
 #endif  // QZ_DATA_DATA_BUFFER_H_

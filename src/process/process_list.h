@@ -56,6 +56,47 @@ struct _qzProcessList {
   void getProcessInfoMemCPUOnly(int idx);
   // Does both, the owner first.
   void getProcessInfo(int idx);
+
+  // --- questions and signals ---
+  //
+  // They take a snapshot if there was none yet or if `refresh` is true, and else answer from the
+  // old one for as long as the object lives. If that fails the list is empty: nothing is found,
+  // and `error` tells why.
+  //
+  // A process matches if its whole name is `name`, in any case. On Linux a name of more than 15
+  // bytes never matches. `pid` may be null; it becomes 0 if nothing is found.
+
+  // Whether a process matches; `pid` gets the first one's id. An empty `name` gives false, and
+  // then nothing is collected and `pid` stays.
+  bool processExists(_qzString8_allSize<25> name, bool refresh, long long* pid);
+  // Whether more than one matches, and how many do; `pid` gets the last one's id, also if there is
+  // only one. An empty `name` counts the processes whose name is not known.
+  bool doesProcessExistTwice(_qzString8_allSize<25> name, long long* pid);
+  int doesProcessExistCount(_qzString8_allSize<25> name, long long* pid);
+
+  // The same among the processes of one user: a login name in any case, cut at 25 characters, or
+  // the decimal user id where the system knows no such user. The `owner` of each process that
+  // matches by its name is looked up again and stored.
+  bool processExists_SameUser(_qzString8_allSize<25> name, _qzString8_allSize<25> user,
+                              bool refresh, long long* pid);
+  bool doesProcessExistTwice_SameUser(_qzString8_allSize<25> name, _qzString8_allSize<25> user,
+                                      long long* pid);
+
+  // Whether a process has this id.
+  bool processExistsPID(unsigned int pid, bool refresh);
+  // The slot of the process, or -1.
+  int getListIDByPID(unsigned int pid, bool refresh);
+
+  // SIGTERM to this id, whether or not it is in the list, which is not collected. As kill(2) reads
+  // it: 0 is the caller's own process group, and an id above 2147483647 is a group or everybody.
+  void killProcess(unsigned int const& pid);
+  // SIGTERM or SIGINT to every process that matches. The list is not changed: the next call sends
+  // to the same ids again, whoever has them by then. What becomes of a signal is not told. An empty
+  // `name` means the processes whose name is not known.
+  void killProcess(_qzString8_allSize<25> name);
+  void INTProcess(_qzString8_allSize<25> name);
+  // The same as killProcess(name): children are left alone.
+  void killProcessTree(_qzString8_allSize<25> name);
 };
 
 struct _qzProcessList2 : _qzProcessList {
