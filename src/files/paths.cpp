@@ -46,12 +46,9 @@ int findLastSlash(text_view<Unit> path) {
   return findLastUnit(path, path_unit<Unit>::kForward, -1);
 }
 
-// Hands a literal over as a run of this width.
-template <class Unit, std::size_t Size, class Use>
-auto withLiteral(char const (&literal)[Size], Use use) {
-  Unit lent[Size];
-  constexpr int kCount = static_cast<int>(Size - 1);
-  return use(unit_run<Unit>{unit_rules<Unit>::spell(literal, kCount, lent), kCount});
+void appendAscii(text_slot<char> path, unit_run<char> text) { append(path, text); }
+void appendAscii(text_slot<unsigned short> path, unit_run<char> text) {
+  appendWidenedWithZeros(path, text);
 }
 
 template <class Unit>
@@ -124,13 +121,12 @@ unit_run<Unit> fileNameIn(text_view<Unit> path) {
 }
 
 template <class Unit>
-bool isRelative(unit_run<Unit> path) {
-  if (path.count < kShortest) return true;
+bool isRelative(text_view<Unit> path) {
+  if (path.used() < kShortest) return true;
   if (isSlash(path.units[0])) return false;
   if (path.units[1] == ':' && isSlash(path.units[2])) return false;
-  auto const isPrefix = [path](unit_run<Unit> root) { return startsWithFolded(path, root); };
-  return !withLiteral<Unit>("<Database>", isPrefix) && !withLiteral<Unit>("[cfgPath]", isPrefix) &&
-         !withLiteral<Unit>("[temp]", isPrefix);
+  return !beginsWithFolded(path, "<Database>") && !beginsWithFolded(path, "[cfgPath]") &&
+         !beginsWithFolded(path, "[temp]");
 }
 
 template <class Unit>
@@ -165,15 +161,15 @@ void resolveParents(text_slot<Unit> path) {
 template <class Unit>
 void appendBundleExecutable(text_slot<Unit> path) {
   auto const name = fileNameIn(path.view());  // stays in place while the text grows behind it
-  withLiteral<Unit>(".app/Contents/MacOS/",
-                    [path](unit_run<Unit> inside) { append(path, inside); });
+  constexpr char kInside[] = ".app/Contents/MacOS/";
+  appendAscii(path, {kInside, sizeof kInside - 1});
   append(path, name);
 }
 
 #define QZ_INSTANTIATE(Unit)                           \
   template void cutToDirName(text_slot<Unit>);         \
   template unit_run<Unit> fileNameIn(text_view<Unit>); \
-  template bool isRelative(unit_run<Unit>);            \
+  template bool isRelative(text_view<Unit>);           \
   template void resolveParents(text_slot<Unit>);       \
   template void convertDelimiters(text_slot<Unit>);    \
   template void appendBundleExecutable(text_slot<Unit>)

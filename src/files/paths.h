@@ -31,7 +31,7 @@ void cutToDirName(text_slot<Unit> path);
 template <class Unit>
 unit_run<Unit> fileNameIn(text_view<Unit> path);
 template <class Unit>
-bool isRelative(unit_run<Unit> path);
+bool isRelative(text_view<Unit> path);
 template <class Unit>
 void resolveParents(text_slot<Unit> path);
 template <class Unit>
@@ -114,13 +114,13 @@ _qzString8_allSize<500> qzGetFileNameBase(_qzString8_allSize<500> path, unsigned
 // slash, or with one of the symbolic roots "<Database>", "[cfgPath]" and "[temp]" in any case. True
 // for all others, and for fewer than 3 characters whatever they are.
 inline bool isRelativePath(_qzString8_allSize<500> const& path) {
-  return qz::detail::isRelative(viewOf(path).run());
+  return qz::detail::isRelative(viewOf(path));
 }
 inline bool isRelativePath(_qzString<250> const& path) {
-  return qz::detail::isRelative(viewOf(path).run());
+  return qz::detail::isRelative(viewOf(path));
 }
 inline bool isRelativePath(_qzString<1000> const& path) {
-  return qz::detail::isRelative(viewOf(path).run());
+  return qz::detail::isRelative(viewOf(path));
 }
 
 // Returns the path with forward slashes, each pair of slashes made one (two at the front stay two),
