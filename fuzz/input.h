@@ -1,6 +1,6 @@
 // What the targets share: how the bytes of one input become arguments, and how a target says that
-// an answer is wrong. An input is read from the front, and behind its end stand zeros, so that every
-// input is a valid one and a seed can be written by hand.
+// an answer is wrong. An input is read from the front, and behind its end stand zeros, so that
+// every input is a valid one and a seed can be written by hand.
 #ifndef QZ_FUZZ_INPUT_H_
 #define QZ_FUZZ_INPUT_H_
 
@@ -30,7 +30,8 @@ struct fuzz_input {
   bool coin() { return (byte() & 1) != 0; }
   // Below `limit`, which must not be 0.
   int below(int limit) {
-    return limit <= 256 ? byte() % limit : static_cast<int>(number<std::uint32_t>() % unsigned(limit));
+    return limit <= 256 ? byte() % limit
+                        : static_cast<int>(number<std::uint32_t>() % unsigned(limit));
   }
   // As a rule a small number, else any.
   template <class Number>

@@ -91,7 +91,8 @@ template <class Text>
 struct given {
   std::vector<Text> one;
   explicit given(std::string const& path) : one(1) {
-    for (char const c : path) one[0] += static_cast<typename Text::unit>(static_cast<unsigned char>(c));
+    for (char const c : path)
+      one[0] += static_cast<typename Text::unit>(static_cast<unsigned char>(c));
   }
   Text const& operator*() const { return one[0]; }
 };

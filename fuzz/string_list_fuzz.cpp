@@ -21,9 +21,11 @@ text_type folded(text_type const& text, bool caseSensitive) {
 
 // The order of the bytes in memory, then the shorter text first.
 bool isBefore(text_type const& a, text_type const& b) {
+  auto const bytes = [](unsigned short unit) { return (unit & 0xFF) << 8 | unit >> 8; };
   text_type const x = upper(a), y = upper(b);
-  int const order = std::memcmp(x.data(), y.data(), 2 * std::min(x.size(), y.size()));
-  return order != 0 ? order < 0 : x.size() < y.size();
+  return std::lexicographical_compare(
+      x.begin(), x.end(), y.begin(), y.end(),
+      [&](unsigned short c, unsigned short d) { return bytes(c) < bytes(d); });
 }
 
 bool contains(text_type const& text, text_type const& part) {
@@ -119,8 +121,12 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
           return flag ? isBefore(b, a) : isBefore(a, b);
         });
         break;
-      case 8: expect(list.find(given, flag) == findIf(model, equals)); break;
-      case 9: expect(list.findContains(given, flag) == findIf(model, holds)); break;
+      case 8:
+        expect(list.find(given, flag) == findIf(model, equals));
+        break;
+      case 9:
+        expect(list.findContains(given, flag) == findIf(model, holds));
+        break;
       case 10:
         if (list.count == 0) break;
         {
@@ -146,7 +152,8 @@ int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
       case 13:
         if (what < 32) list.init(), model.clear();
         break;
-      default: break;
+      default:
+        break;
     }
     checkSame(list, model);
   }
