@@ -134,7 +134,8 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
         std::vector<unsigned short> units;
         std::string low;
         for (int left = in.below(40); left > 0; --left)
-          if (auto const each = in.template number<unsigned short>(); each != 0) units.push_back(each);
+          if (auto const each = in.template number<unsigned short>(); each != 0)
+            units.push_back(each);
         for (int left = in.byte() == 255 ? 1100 : 0; left > 0; --left) units.push_back('x');
         for (auto const each : units) low += static_cast<char>(each & 0xFF);
         units.push_back(0);

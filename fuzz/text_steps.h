@@ -97,7 +97,9 @@ struct text_steps {
   }
   static std::size_t low16(std::size_t size) { return size % 65536; }
   // What a string of this capacity takes.
-  static Text cut(Text const& text) { return text.substr(0, std::min<std::size_t>(low16(text.size()), N)); }
+  static Text cut(Text const& text) {
+    return text.substr(0, std::min<std::size_t>(low16(text.size()), N));
+  }
   static Text cutWord(word_type const& w) { return cut(inUnits(w.text)); }
   // Without the capacity: the room cuts.
   static std::string low16(std::string const& text) { return text.substr(0, low16(text.size())); }
@@ -126,7 +128,8 @@ struct text_steps {
   static int sign(int value) { return (value > 0) - (value < 0); }
   static Text folded(Text const& text) { return Model::all(text, upper); }
   bool begins(Text const& prefix, typename Model::Fold fold) const {
-    return !prefix.empty() && Model::all(m.text, fold).compare(0, prefix.size(), Model::all(prefix, fold)) == 0;
+    return !prefix.empty() &&
+           Model::all(m.text, fold).compare(0, prefix.size(), Model::all(prefix, fold)) == 0;
   }
   bool ends(Text const& suffix) const {
     return !suffix.empty() && suffix.size() <= m.text.size() &&
@@ -373,8 +376,12 @@ struct text_steps {
         expect(s.endsWith(w, guard) == (mayBe && (needle.empty() || ends(needle))));
         break;
       }
-      case 29: s.makeUpper(), m.text = folded(m.text); break;
-      case 30: s.makeLower(), m.text = Model::all(m.text, lower); break;
+      case 29:
+        s.makeUpper(), m.text = folded(m.text);
+        break;
+      case 30:
+        s.makeLower(), m.text = Model::all(m.text, lower);
+        break;
       case 31: {
         s.trim();
         constexpr Unit kWhite[] = {0, 9, 10, 13, 32};
