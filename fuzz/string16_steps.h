@@ -8,9 +8,9 @@ template <class S>
 struct string16_steps : text_steps<S> {
   using base = text_steps<S>;
   using Unit = unsigned short;
-  using typename base::Text;
   using base::N, base::in, base::inUnits, base::is, base::low16, base::m, base::s;
   using base::unit, base::widened, base::widenedWithZeros, base::word;
+  using typename base::Text;
   static constexpr int kOwnSteps = 13;
 
   // Units up to a zero, in a memory of their own; at times more than the 1024 that count.
@@ -117,9 +117,14 @@ struct string16_steps : text_steps<S> {
         auto const width = in.template number<signed char>();
         auto const least = static_cast<unsigned char>(in.byte());
         switch (in.byte() % 3) {
-          case 0: s.addNr(value), m.put(zeros(std::to_string(value))); break;
-          case 1: s.addNr(value, least), m.put(zeros(padded(std::to_string(value), least))); break;
-          default: s.addNrSpacing(value, width), m.addColumn(zeros(std::to_string(value)), width);
+          case 0:
+            s.addNr(value), m.put(zeros(std::to_string(value)));
+            break;
+          case 1:
+            s.addNr(value, least), m.put(zeros(padded(std::to_string(value), least)));
+            break;
+          default:
+            s.addNrSpacing(value, width), m.addColumn(zeros(std::to_string(value)), width);
         }
         is(S::fromNr(value), zeros(std::to_string(value)).substr(0, N));
         break;

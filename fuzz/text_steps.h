@@ -451,6 +451,10 @@ struct text_steps {
         expect(s.data[m.text.size()] == 0);
         break;
       }
+      case 41:  // Nothing catches a range outside of the text, but the end of the array.
+        s.remove(in.anyOrSmall<int>(), in.anyOrSmall<int>());
+        s.clear(), m.text.clear();
+        break;
       default: {  // a text to begin with
         auto const a = string();
         if (a.other != nullptr) s = *a, m.text = a.otherText;
