@@ -24,7 +24,7 @@ struct input {
 constexpr char kFrame[] =
     "/mnt/projects/feature/seq_010/shot_0420/render/beauty/v012/beauty.0101.exr";
 constexpr char kTangled[] =
-    "/mnt/projects/feature//seq_010/shot_0420/work/scenes/../../render/beauty.0101.exr";
+    "/mnt/projects/feature//seq_010/shot_0420/scene/maps/../../render/beauty.0101.exr";
 
 // Races one function in both unit widths; `of` asks a std::filesystem::path for the same.
 template <class Ours, class Theirs>

@@ -55,11 +55,12 @@ struct contestant {
 template <class Action>
 contestant(char const*, Action) -> contestant<Action>;
 
-template <class Ours, class... Rivals>
+// `fewest` is how often a turn runs an operation at least.
+template <int fewest = 16, class Ours, class... Rivals>
 void race(benchmark::State& state, Ours operation, contestant<Rivals>... rivals) {
   constexpr double kTurn = 40'000;  // nanoseconds
   contestant<Ours> ours{"", operation};
-  int times = 16;
+  int times = fewest;
   while (ours.nanosecondsOf(times) < kTurn) times *= 2;
   for (auto _ : state) {
     ours.takeTurn(times);

@@ -87,8 +87,8 @@ unsigned int wordOf(char const* bytes) {
 struct encoder {
   open_files const& files;
   bool marks;
-  _QZ_DataBuffer text{};  // always plain text between two calls, less than a line
-  unsigned int crc = 0;
+  _QZ_DataBuffer text{};          // always plain text between two calls, less than a line
+  unsigned int crc = 0xFFFFFFFF;  // of all parts, so that none can be lost between others
   std::int64_t bytesDone = 0;
 
   char* end() { return text.data + text.dataSize; }
@@ -104,7 +104,6 @@ struct encoder {
     header.sizeField = isLast ? bytes : -1;
     header.isEncoded = true;
     header.encodedForm = 3;
-    crc = 0xFFFFFFFF;
     if (!writeBytes(files, header.headerAsString().asChar(), kHeaderLength)) return false;
     return marks ? writeMark() : writeBytes(files, "\r\n", 2);
   }
@@ -308,8 +307,8 @@ bool readWord(text_reader& text, unsigned int& word, std::int64_t& start) {
   return true;
 }
 
-// Reads and writes one part, and tells whether it is the last one.
-bool decodePart(text_reader& text, bool needMarks, bool& isLast) {
+// Reads and writes one part, and tells whether it is the last one. `crc` is that of all parts.
+bool decodePart(text_reader& text, bool needMarks, unsigned int& crc, bool& isLast) {
   _QZ_DataBuffer_Header header;
   if (!readHeader(text, header)) return false;
   isLast = header.sizeField != -1;
@@ -318,7 +317,7 @@ bool decodePart(text_reader& text, bool needMarks, bool& isLast) {
 
   auto const textStart = text.offset();
   static char chunk[kChunkBytes];
-  unsigned int crc = 0xFFFFFFFF, word = 0;
+  unsigned int word = 0;
   std::int64_t start = 0;
   for (int left = header.dataSize; left > 0;) {
     int const count = std::min(left, kChunkBytes);
@@ -346,10 +345,11 @@ bool decodePart(text_reader& text, bool needMarks, bool& isLast) {
 
 bool decode(open_files const& files, bool needMarks) {
   static text_reader text{files};
+  unsigned int crc = 0xFFFFFFFF;
   for (bool isLast = false; !isLast;) {
     if (text.peekPastBlanks() < 0)
       return text.damaged(text.offset(), "it ends where a header of 64 digits has to be");
-    if (!decodePart(text, needMarks, isLast)) return false;
+    if (!decodePart(text, needMarks, crc, isLast)) return false;
   }
   if (text.peekPastBlanks() >= 0) return text.damaged(text.offset(), "it goes on behind its end");
   return !text.failed;
@@ -362,7 +362,7 @@ int main(int argc, char** argv) {
   if (!readOptions(argc, argv, chosen)) return 2;
   if (chosen.onlyHelp) {
     printHelp();
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    return std::fflush(stdout) == 0 || explain("write to", "standard output") ? 0 : 1;
   }
   open_files files;
   if (!openFiles(chosen, files)) return 1;
@@ -401,7 +401,9 @@ void printHelp() {
       "- Parts: a file of up to 1500 MiB is one part. A pipe does not tell its length in advance, "
       "so\n"
       "  it is cut into parts of 1 MiB, the last one shorter; nothing is kept on a disk.\n"
-      "- Check: one more word, the CRC-32 of the part's bytes, follows the data in the text.\n"
+      "- Check: one more word follows the data in the text, the CRC-32 of all bytes up to there, "
+      "so\n"
+      "  that a lost or moved part is noticed.\n"
       "\n"
       "Decoding takes blanks and line ends anywhere. Damaged text is refused with the offset, in\n"
       "bytes of INPUT from 0; what was written before is incomplete then. Long input shows its\n"

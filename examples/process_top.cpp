@@ -2,6 +2,7 @@
 // twenty that used most CPU time since the one before. A program of one's own that wants such
 // figures starts from takeSnapshot() and main().
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,6 +89,17 @@ std::vector<row> busiest(_ProcessWatch_List3& watch, _qzProcessList3 const& list
   return rows;
 }
 
+// Leaves what fits on the screen, so that the busiest do not scroll away: beside the rows stand
+// five lines, the cursor's with them, and those of the log.
+void cutToScreen(std::vector<row>& rows, int logLength) {
+  winsize screen = {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &screen) != 0 || screen.ws_row == 0 || screen.ws_col == 0)
+    return;
+  int const others = 5 + (logLength + screen.ws_col - 1) / screen.ws_col;
+  auto const room = static_cast<std::size_t>(std::max(1, screen.ws_row - others));
+  if (rows.size() > room) rows.resize(room);
+}
+
 bool print(std::string const& text) {
   return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
          std::fflush(stdout) == 0;
@@ -100,7 +112,7 @@ int main(int argc, char** argv) {
   if (!readOptions(argc, argv, chosen)) return 2;
   if (chosen.onlyHelp) {
     printHelp();
-    return 0;
+    return std::fflush(stdout) == 0 ? 0 : explainNoOutput();
   }
   endOnSignals();
   bool const isScreen = !chosen.once && !chosen.json && isatty(STDOUT_FILENO) != 0;
@@ -113,7 +125,8 @@ int main(int argc, char** argv) {
     sleepUntilDue(kIntervalMs);
     if (endRequested != 0) return 0;
     if (!takeSnapshot(*list, watch)) return explainNoSnapshot(*list);
-    auto const rows = busiest(watch, *list);
+    auto rows = busiest(watch, *list);
+    if (isScreen) cutToScreen(rows, list->collectLog.length);
     if (isScreen && !print(kClearScreen)) return explainNoOutput();
     if (!print((chosen.json ? asJson : asText)(rows, *list, watch.deltaTicks)))
       return explainNoOutput();
@@ -194,8 +207,8 @@ std::string asJson(std::vector<row> const& rows, _qzProcessList3 const& list, do
   for (auto const& shown : rows) {
     auto const& record = *shown.record;
     if (&shown != rows.data()) json += ",";
-    add(json, "\n {\"pid\":%u,\"parentPid\":%u,\"name\":%s,\"owner\":%s,", record.pid,
-        record.parentPid, quoted(record.name).c_str(), quoted(record.owner()).c_str());
+    add(json, "\n {\"pid\":%u,\"parentPid\":%u,", record.pid, record.parentPid);
+    json += "\"name\":" + quoted(record.name) + ",\"owner\":" + quoted(record.owner()) + ",";
     if (shown.isRefused())
       json += "\"cpuPercent\":null,\"cpuSeconds\":null,\"memoryMB\":null}";
     else
@@ -210,10 +223,10 @@ void printHelp() {
       "Usage: process_top [--once] [--json]\n"
       "\n"
       "Takes a snapshot of all processes every second and prints the %d that used most CPU time\n"
-      "since the one before, until it gets SIGINT or SIGTERM. 100 %% are one core; a full bar is\n"
-      "one core or the busiest process. The last line is the snapshot's log of how long its\n"
-      "steps took, in seconds. Of a thread that ends only the system time counts, so a process\n"
-      "whose threads end shows too little.\n"
+      "since the one before, fewer on a smaller screen, until it gets SIGINT or SIGTERM. 100 %%\n"
+      "are one core; a full bar is one core or the busiest process. The last line is the\n"
+      "snapshot's log of how long its steps took, in seconds. Of a thread that ends only the\n"
+      "system time counts, so a process whose threads end shows too little.\n"
       "\n"
       "  --once      end after the first figures\n"
       "  --json      print an object in place of each table: null stands for figures that this\n"

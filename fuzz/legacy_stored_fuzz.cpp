@@ -1,5 +1,5 @@
-// Taking what is stored in the earlier layouts, whatever it is, over into the new forms, and working
-// with what comes of it.
+// Taking what is stored in the earlier layouts, whatever it is, over into the new forms, and
+// working with what comes of it.
 #include <memory>
 
 #include "fuzz/input.h"
@@ -70,10 +70,18 @@ void takeOver16(fuzz_input& in) {
 int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
   fuzz_input in{bytes, size};
   switch (in.byte() % 4) {
-    case 0: takeOver8<_qzString8_allSize<20>, _qzString8_evenSize_old<20>>(in); break;
-    case 1: takeOver8<_qzString8_allSize<15>, _qzString8_UnevenSize_old<15>>(in); break;
-    case 2: takeOver8<_qzString8_allSize<15>, _qzString8_evenSize_old<15>>(in); break;
-    default: takeOver16<_qzString<25>, _qzString_old<25>>(in); break;
+    case 0:
+      takeOver8<_qzString8_allSize<20>, _qzString8_evenSize_old<20>>(in);
+      break;
+    case 1:
+      takeOver8<_qzString8_allSize<15>, _qzString8_UnevenSize_old<15>>(in);
+      break;
+    case 2:
+      takeOver8<_qzString8_allSize<15>, _qzString8_evenSize_old<15>>(in);
+      break;
+    default:
+      takeOver16<_qzString<25>, _qzString_old<25>>(in);
+      break;
   }
   return 0;
 }

@@ -88,6 +88,7 @@ struct search {
     for (int i = 0; i < 4; ++i) probes[i] = probeAt(places[i % chosen]);
   }
 
+  // Of sixteen places from `end` on, those at which the probes `First` and `First` + 1 both match.
   template <int First>
   block endsBy(int end) const {
     block one, other;
@@ -99,7 +100,9 @@ struct search {
   }
 
   // Returns the next place from `end` on at which the text could end, going by the probes, or
-  // `span`.
+  // `span`. Most places fail at the first two probes, so four blocks share one branch on these, and
+  // the other two are asked where they hit: about half the time of block by block in large data.
+  // Near the end single blocks follow, then single bytes, so that nothing behind the data is read.
   int nextEnd(int end) const {
     for (; span - end >= 4 * kBlock; end += 4 * kBlock) {
       int const places[] = {end, end + kBlock, end + 2 * kBlock, end + 3 * kBlock};

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstddef>
+#include <string_view>
 
 #include "strings/unit_folds.h"
 
@@ -44,11 +44,6 @@ int findSlash(unit_run<Unit> path, int start) {
 template <class Unit>
 int findLastSlash(text_view<Unit> path) {
   return findLastUnit(path, path_unit<Unit>::kForward, -1);
-}
-
-void appendAscii(text_slot<char> path, unit_run<char> text) { append(path, text); }
-void appendAscii(text_slot<unsigned short> path, unit_run<char> text) {
-  appendWidenedWithZeros(path, text);
 }
 
 template <class Unit>
@@ -161,8 +156,8 @@ void resolveParents(text_slot<Unit> path) {
 template <class Unit>
 void appendBundleExecutable(text_slot<Unit> path) {
   auto const name = fileNameIn(path.view());  // stays in place while the text grows behind it
-  constexpr char kInside[] = ".app/Contents/MacOS/";
-  appendAscii(path, {kInside, sizeof kInside - 1});
+  for (char const c : std::string_view(".app/Contents/MacOS/"))
+    appendUnit(path, unit_rules<Unit>::widened(c));
   append(path, name);
 }
 

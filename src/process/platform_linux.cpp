@@ -8,9 +8,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <vector>
@@ -232,8 +234,10 @@ cpu_ticks ticksOf(stat_line const& line) {
   return {static_cast<std::int64_t>(line.userTicks), static_cast<std::int64_t>(line.systemTicks)};
 }
 
-void addThread(process_figures& figures, cpu_ticks const& ticks) {
-  figures.threads.push_back({cpuTime(ticks.user), cpuTime(ticks.system), false});
+void addThread(process_figures* figures, cpu_ticks* live, cpu_ticks const& own) {
+  figures->threads.push_back({cpuTime(own.user), cpuTime(own.system), false});
+  live->user += own.user;
+  live->system += own.system;
 }
 
 bool hasOneThread(stat_line const& whole) { return whole.threads == 1 && !hasEnded(whole); }
@@ -242,56 +246,66 @@ bool hasOneThread(stat_line const& whole) { return whole.threads == 1 && !hasEnd
 // other one has ended. The thread's time is read first: what the process runs in between can only
 // make it seem that there was another one. False also where the kernel does not tell, for
 // schedstat is an option of its build.
-bool firstThreadHasAllTime(std::uint32_t pid) {
+bool firstThreadHasAllTime(std::uint32_t pid, cpu_ticks const& all) {
   char text[128];
   ssize_t const got = readFile(AT_FDCWD, process_path(pid, "/schedstat").text, text, sizeof text);
-  std::uint64_t ofThread = 0;
-  if (got < 0 || !parseRunTime(text, static_cast<std::size_t>(got), &ofThread)) return false;
+  std::uint64_t nanoseconds = 0;
+  if (got < 0 || !parseRunTime(text, static_cast<std::size_t>(got), &nanoseconds)) return false;
   // The id that clock_getcpuclockid(3) gives, without its look whether the process is there.
   auto const clock = static_cast<clockid_t>(~pid << 3 | 2);
   timespec time;
   if (clock_gettime(clock, &time) != 0) return false;
   constexpr std::int64_t kSecond = 1'000'000'000;
-  std::int64_t const ofProcess = time.tv_sec * kSecond + time.tv_nsec;
-  std::int64_t const ofOthers = ofProcess - static_cast<std::int64_t>(ofThread);
+  auto const ofThread = static_cast<std::int64_t>(nanoseconds);
+  std::int64_t const ofOthers = time.tv_sec * kSecond + time.tv_nsec - ofThread;
   std::int64_t const tick = kSecond / sysconf(_SC_CLK_TCK);
-  return -tick < ofOthers && ofOthers < tick;
-}
-
-// Whether all the times of the process are those of the one thread that it has.
-bool isOneThreadsTime(std::uint32_t pid, stat_line const& whole) {
-  if (!hasOneThread(whole)) return false;
-  bool const ranAtAll = whole.userTicks != 0 || whole.systemTicks != 0;
-  return !ranAtAll || firstThreadHasAllTime(pid);
+  // A /proc of another process namespace has other ids than the clock, whose time may then be that
+  // of a stranger; what the process is known to have run must be the thread's all the same.
+  return -tick < ofOthers && ofOthers < tick && ofThread >= (all.user + all.system) * tick;
 }
 
 // Fills memory and threads, and adds up the threads' times. A thread that has ended (the first one
 // stays visible), or may not be looked at, is left out. With none left the process has vanished.
-bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* sum) {
+bool readThreads(std::uint32_t pid, process_figures* figures, cpu_ticks* live) {
   descriptor const tasks = {openDirectory(process_path(pid, "/task").text)};
   if (tasks.number < 0) return false;
   bool const toTheEnd = forEachId(tasks.number, [&](std::uint32_t, char const* tid) {
     stat_line line;
-    bool const isFirst = figures->threads.empty();
-    // Any live thread's file tells the memory of the whole. The first one's tells nothing once that
-    // one has ended.
+    // Any live thread's file tells the memory of the whole. It tells nothing once its thread has
+    // ended, be it that very moment.
     bool const wasRead =
         readStat(tasks.number, task_path(tid, "/stat").text, &line) &&
-        (hasEnded(line) || !isFirst ||
+        (hasEnded(line) || figures->residentBytes != 0 ||
          readResidentBytes(tasks.number, task_path(tid, "/statm").text, &figures->residentBytes));
     if (!wasRead) {
       bool const isLeftOut = queryCode() == kRefusedCode;
       return isLeftOut;
     }
-    if (hasEnded(line)) return true;
-    cpu_ticks const own = ticksOf(line);
-    addThread(*figures, own);
-    sum->user += own.user;
-    sum->system += own.system;
+    if (!hasEnded(line)) addThread(figures, live, ticksOf(line));
     return true;
   });
   if (toTheEnd && figures->threads.empty()) errno = ESRCH;
   return toTheEnd && !figures->threads.empty();
+}
+
+// The same for a process with one thread alive, without a look at the list of its threads.
+bool readOnlyThread(std::uint32_t pid, cpu_ticks const& all, process_figures* figures,
+                    cpu_ticks* live) {
+  cpu_ticks own = all;
+  bool const ranAtAll = all.user != 0 || all.system != 0;
+  if (ranAtAll && !firstThreadHasAllTime(pid, all)) {
+    char path[48];
+    (void)std::snprintf(path, sizeof path, "/proc/%u/task/%u/stat", pid, pid);
+    stat_line line;
+    if (!readStat(AT_FDCWD, path, &line)) return false;
+    if (hasEnded(line)) return readThreads(pid, figures, live);  // another one may have come up
+    own = ticksOf(line);
+  }
+  if (!readResidentBytes(AT_FDCWD, process_path(pid, "/statm").text, &figures->residentBytes))
+    return false;
+  if (figures->residentBytes == 0) return readThreads(pid, figures, live);  // it may have ended
+  addThread(figures, live, own);
+  return true;
 }
 
 }  // namespace
@@ -321,6 +335,7 @@ enumeration enumerateProcesses(process_entry* entries, int& count) {
 }
 
 query_answer queryProcess(unsigned pid, process_figures& figures) {
+  figures.residentBytes = 0;
   figures.threads.clear();
   // The times of the whole are read before those of the threads, so that a thread that ends in
   // between counts as ended.
@@ -332,22 +347,24 @@ query_answer queryProcess(unsigned pid, process_figures& figures) {
   }
   if (isGone(whole)) return {query_answer::access_refused, kRefusedCode};
   cpu_ticks const all = ticksOf(whole);
-  cpu_ticks live = all;
+  cpu_ticks live;
   if (isKernelThread(whole)) {
-    figures.residentBytes = 0;  // by definition, and it is its own only thread
-    addThread(figures, all);
-  } else if (isOneThreadsTime(pid, whole)) {
-    process_path const statm(pid, "/statm");
-    if (!readResidentBytes(AT_FDCWD, statm.text, &figures.residentBytes))
-      return {query_answer::figures_refused, queryCode()};
-    addThread(figures, all);
+    addThread(&figures, &live, all);  // it is its own only thread and has no memory
   } else {
-    live = {};
-    if (!readThreads(pid, &figures, &live)) return {query_answer::figures_refused, queryCode()};
+    bool isRead = hasOneThread(whole) ? readOnlyThread(pid, all, &figures, &live)
+                                      : readThreads(pid, &figures, &live);
+    // With none left, one that calls exec may just have changed its id.
+    if (!isRead && errno == ESRCH) isRead = readThreads(pid, &figures, &live);
+    if (!isRead) return {query_answer::figures_refused, queryCode()};
   }
-  // Live threads have gone on running since, so they can come out above the whole.
-  figures.endedUser = cpuTime(all.user > live.user ? all.user - live.user : 0);
-  figures.endedSystem = cpuTime(all.system > live.system ? all.system - live.system : 0);
+  // Live threads have gone on running since, so they can come out above the whole. And the kernel
+  // splits the whole into user and system time apart from each thread, by a count of its own, so
+  // one kind alone can seem to leave time that no thread has had.
+  std::int64_t const ended =
+      std::max<std::int64_t>(all.user + all.system - live.user - live.system, 0);
+  std::int64_t const system = std::clamp<std::int64_t>(all.system - live.system, 0, ended);
+  figures.endedUser = cpuTime(ended - system);
+  figures.endedSystem = cpuTime(system);
   return {query_answer::answered, 0};
 }
 

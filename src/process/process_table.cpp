@@ -81,7 +81,7 @@ void sortStep(record* list, int left, int right, bool descending, record& scratc
 template <class Order>
 void sortWithScratch(record* list, int count, bool descending) {
   auto const scratch = std::make_unique<record>();
-  sortStep<Order>(list, 0, count - 1, descending, *scratch);
+  if (count > 1) sortStep<Order>(list, 0, count - 1, descending, *scratch);
 }
 
 }  // namespace

@@ -23,11 +23,11 @@ struct _qzProcessList3_data {
   struct _prcInfo {
     _qzString8_allSize<25> name;       // the system's short command name in upper case, cut
     _qzString8_allSize<25> ownerText;  // login name, case kept; empty until collected
-    std::uint32_t pid;
-    std::uint32_t parentPid;  // 0 if there is none, or none that can be seen from here
-    std::int32_t memoryMB;    // resident memory in MiB
-    double cpuSeconds;        // CPU time; below 0 the negated code of a refused query
-    std::int32_t uid;         // numeric effective user id
+    std::uint32_t pid = 0;
+    std::uint32_t parentPid = 0;  // 0 if there is none, or none that can be seen from here
+    std::int32_t memoryMB = 0;    // resident memory in MiB
+    double cpuSeconds = 0;        // CPU time; below 0 the negated code of a refused query
+    std::int32_t uid = 0;         // numeric effective user id
 
     // Returns `ownerText` or, if that is empty, the login name for `uid`, cut to 25 characters, or
     // the decimal `uid` if the system knows no such user. Stores nothing.
@@ -53,8 +53,8 @@ struct _qzProcessList3_data {
   bool getCpuMem_keepMemory;           // nothing reads it
   // The byte behind is reserved for the first flag of _qzProcessList3; 0 in a new block.
 
-  // Clears the texts of the block and of all 4000 slots, and zeroes the rest but for `count` and
-  // the records' numbers, which have no value before a collection. Makes no system call.
+  // Clears the texts of the block and all 4000 slots, and zeroes the rest but for `count`, which
+  // has no value before a collection. Makes no system call.
   explicit _qzProcessList3_data(bool const& fetchCpuMem);
 
   // Makes usage impossible to compute until the next sample.

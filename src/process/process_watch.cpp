@@ -64,7 +64,7 @@ void _ProcessWatch_List3::setUpdateTime(_qzProcessList3_data& data) {
 _ProcessWatch& _ProcessWatch_List3::operator[](int const& idx) { return entries[idx]; }
 
 void _ProcessWatch_List3::deleteAt(int const& idx) {
-  std::copy(entries + idx + 1, entries + count, entries + idx);
+  for (int i = idx; i + 1 < count; ++i) entries[i] = entries[i + 1];
   --count;
 }
 

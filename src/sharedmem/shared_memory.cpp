@@ -21,12 +21,6 @@ bool fail(qzSharedMemory& memory, int code, char const* text) {
   return false;
 }
 
-// Only 24 bits of the CRC are kept, and two names may share a key: nothing tests for that.
-std::uint32_t keyOf(_qzString8_allSize<250> const& keyName) {
-  auto const* const bytes = reinterpret_cast<unsigned char const*>(keyName.asChar());
-  return qzCRCCalc(bytes, keyName.length) & 0xFFFFFF;
-}
-
 int findSegment(std::uint32_t key, std::size_t bytes, int flags) {
   return shmget(static_cast<key_t>(key), bytes, flags);
 }
@@ -46,6 +40,17 @@ bool map(qzSharedMemory& memory, int id) {
 }
 
 }  // namespace
+
+namespace qz::detail {
+
+std::uint32_t segmentKey(_qzString8_allSize<250> const& keyName) {
+  auto const* const bytes = reinterpret_cast<unsigned char const*>(keyName.asChar());
+  return qzCRCCalc(bytes, keyName.length) & 0xFFFFFF;
+}
+
+}  // namespace qz::detail
+
+using qz::detail::segmentKey;
 
 qzSharedMemory::qzSharedMemory(_qzString8_allSize<250> const& name)
     : errorCode(0),
@@ -71,7 +76,7 @@ bool qzSharedMemory::create(int dataBytes, bool, bool) {
   if (attached) return fail(*this, -1, "We are already attached to memory.");
   if (key != 0) return fail(*this, -1, "We have already created memory.");
 
-  key = keyOf(keyName);
+  key = segmentKey(keyName);
   // The last eight sizes of an int wrap to a negative one, which the system refuses as too large.
   segmentSize = static_cast<std::int32_t>(static_cast<std::uint32_t>(dataBytes) + kHeaderBytes);
   int const id =
@@ -105,7 +110,7 @@ bool qzSharedMemory::attach() {
   clearError();
   clearAll();
 
-  key = keyOf(keyName);
+  key = segmentKey(keyName);
   int const id = findSegment(key, 0, 0660);
   if (id == -1) {
     if (errno == ENOENT)

@@ -83,4 +83,12 @@ struct qzSharedMemory {
   void setError(_qzString8_allSize<250> prefix);
 };
 
+namespace qz::detail {
+
+// The System V key of the segment with this `keyName`: 24 bits of its CRC, so two names may share
+// one, and nothing tests for that.
+std::uint32_t segmentKey(_qzString8_allSize<250> const& keyName);
+
+}  // namespace qz::detail
+
 #endif  // QZ_SHAREDMEM_SHARED_MEMORY_H_

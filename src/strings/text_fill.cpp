@@ -12,14 +12,19 @@ void zeroUnits(Unit* units, int count) {
 }
 
 // What a column shows of its text: bytes with zeros in front, and of units the low byte.
-template <class Unit, class Source>
-void copyLowBytes(Unit* to, Source const* from, int count) {
-  changeUnits(from, to, count,
-              [](Source unit) { return static_cast<Unit>(static_cast<unsigned char>(unit)); });
-}
 void copyLowBytes(char* to, char const* from, int count) { copyUnits(to, from, count); }
+void copyLowBytes(unsigned short* to, char const* from, int count) {
+  changeUnits(from, to, count,
+              [](char c) -> unsigned short { return static_cast<unsigned char>(c); });
+}
+void copyLowBytes(unsigned short* to, unsigned short const* from, int count) {
+  copyUnits(to, from, count);  // first, since the two may overlap
+  changeUnits(to, to, count, [](unsigned short unit) -> unsigned short { return unit & 0xFF; });
+}
 
 // A column of `field` units; with a negative width the blanks stand in front. Null counts as empty.
+// Required: the blanks in front are written before the text is read. It shows where a string that
+// null has emptied is its own argument: in "abc", a column of -5 gives four blanks and the c.
 template <class Unit, class Source>
 void putColumn(text_slot<Unit> text, Source const* source, int width, int field) {
   Source const nothing = 0;

@@ -10,7 +10,8 @@
 // exact. Exceptions that stay: startsWith, endsWith and lastIndexOf of one unit are exact.
 //
 // A string may be its own argument. Where a member reads its argument live, during the edit, the
-// comment says so; everywhere else the argument counts as it was on entry.
+// comment says so; everywhere else the argument counts as it was on entry. A column with blanks in
+// front is read live as well, which shows where a string that null has emptied is its own argument.
 //
 // `char const*` arguments end at the first zero byte; null is allowed unless a comment says that
 // the pointer is not tested. In the 16-bit form they are widened byte by byte, with their sign.
@@ -179,12 +180,13 @@ struct text_members {
   // the last one found wins, even where it stands further right. `which` may be null; it becomes
   // the candidate's number from 0, or -1.
   int indexOfFirstOcc(Self const& a, Self const& b, int* which) const {
-    Unit const* const candidates[] = {a.data, b.data};
+    Unit const* const candidates[] = {viewOf(a).units, viewOf(b).units};
     return findFirstCandidate(viewOf(*this), candidates, 2, which);
   }
   int indexOfFirstOcc(Self const& a, Self const& b, Self const& c, Self const& d, Self const& e,
                       Self const& f, int* which) const {
-    Unit const* const candidates[] = {a.data, b.data, c.data, d.data, e.data, f.data};
+    Unit const* const candidates[] = {viewOf(a).units, viewOf(b).units, viewOf(c).units,
+                                      viewOf(d).units, viewOf(e).units, viewOf(f).units};
     return findFirstCandidate(viewOf(*this), candidates, 6, which);
   }
   int count(char c) const { return countUnitFolded(viewOf(*this), c); }

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -31,7 +30,7 @@ struct block_of {
   static constexpr int kLanes = 16 / sizeof(Unit);
   using lane_numbers = std::make_index_sequence<kLanes>;
 
-  static lanes filledWith(Unit unit) { return static_cast<lane>(unit) - lanes{}; }
+  static lanes filledWith(lane value) { return value - lanes{}; }
 
   template <class Fold>
   static lanes load(Unit const* units, Fold fold) {
@@ -42,17 +41,27 @@ struct block_of {
     return block;
   }
 
+  // For what a comparison of two blocks gives.
+  template <class Lanes>
+  static bool anySet(Lanes set) {
+    std::uint64_t words[2];
+    std::memcpy(words, &set, sizeof words);
+    return (words[0] | words[1]) != 0;
+  }
+
+  // Each lane goes to the one `Distance` further up, and zeros come in below.
   template <int Distance, std::size_t... Lane>
   static lanes movedUp(lanes block, std::index_sequence<Lane...>) {
     return __builtin_shufflevector(lanes{}, block, (kLanes - Distance + Lane)...);
   }
-  // Each lane becomes the sum of itself and all lanes before it.
-  template <int Distance = 1>
+  // Each lane becomes the sum of itself and all lanes before it: of up to 2 lanes after the first
+  // step, of up to 4 after the second, and so on.
   static lanes runningSums(lanes block) {
-    if constexpr (Distance < kLanes)
-      return runningSums<2 * Distance>(block + movedUp<Distance>(block, lane_numbers{}));
-    else
-      return block;
+    block += movedUp<1>(block, lane_numbers{});
+    block += movedUp<2>(block, lane_numbers{});
+    block += movedUp<4>(block, lane_numbers{});
+    if constexpr (kLanes > 8) block += movedUp<8>(block, lane_numbers{});
+    return block;
   }
   template <std::size_t... Lane>
   static lanes filledWithLast(lanes block, std::index_sequence<Lane...>) {
@@ -60,33 +69,15 @@ struct block_of {
   }
 };
 
-// Calls `test` with the number of each lane that is set, until it is true, and tells whether it
-// was.
-template <class Unit, class Lanes, class Test>
-bool anySetLane(Lanes set, Test test) {
-  constexpr int kLaneBits = 8 * sizeof(Unit);
-  std::uint64_t words[2];
-  std::memcpy(words, &set, sizeof words);
-  if ((words[0] | words[1]) == 0) return false;
-  for (int half = 0; half < 2; ++half)
-    for (auto word = words[half]; word != 0;) {
-      int const lane = std::countr_zero(word) / kLaneBits;
-      if (test(half * (64 / kLaneBits) + lane)) return true;
-      word &= ~(((std::uint64_t{1} << kLaneBits) - 1) << (lane * kLaneBits));
-    }
-  return false;
-}
-
 template <class Unit, class Fold>
 int findForward(text_view<Unit> text, Unit wanted, int start, Fold fold) {
   using block = block_of<Unit>;
   int const count = text.used();
   // Required: a start outside the text begins again at the front.
   int i = start >= 1 && start < count ? start : 0;
-  for (; count - i >= block::kLanes; i += block::kLanes) {
-    auto const hits = block::load(text.units + i, fold) == block::filledWith(wanted);
-    if (anySetLane<Unit>(hits, [&](int lane) { return (i += lane, true); })) return i;
-  }
+  auto const sought = block::filledWith(static_cast<typename block::lane>(wanted));
+  while (count - i >= block::kLanes && !block::anySet(block::load(text.units + i, fold) == sought))
+    i += block::kLanes;
   for (; i < count; ++i)
     if (fold(text.units[i]) == wanted) return i;
   return -1;
@@ -112,7 +103,7 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
     return static_cast<lane>(foldNeedle(unitOf<Unit>(needle.units[i])));
   };
 
-  lane missing = 0;  // what the sum over the span lacks
+  lane missing = 0;  // what the span at `position` lacks in the sum of the needle
   for (int i = 0; i < needle.count; ++i)
     missing = static_cast<lane>(missing + foldedNeedle(i) - weigh(position + i));
   auto const matchesAt = [&](int i) {
@@ -120,21 +111,24 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   };
   if (missing == 0 && matchesAt(position)) return position;
 
-  // A block of positions behind the one that was tested last. With the first unit of the needle as
-  // a second filter there is hardly a block to look into.
-  auto missingSums = block::filledWith(static_cast<Unit>(missing));
-  auto const first = block::filledWith(static_cast<Unit>(foldedNeedle(0)));
+  // The positions behind `position`, a block of them at a time. A step forward takes the unit
+  // behind the span in and the first one out, so lane i of `gained` is what the span at position +
+  // 1 + i has more than the one at `position`; it is a hit where that is just what was missing.
+  // With the first unit of the needle as a second filter there is hardly a block to look into.
+  auto missingInBlock = block::filledWith(missing);
+  auto const first = block::filledWith(foldedNeedle(0));
   for (; last - position >= block::kLanes; position += block::kLanes) {
     Unit const* const span = text.units + position;
-    auto const sums = block::runningSums(block::load(span + needle.count, foldText) -
-                                         block::load(span, foldText));
-    auto const hits = (sums == missingSums) & (block::load(span + 1, foldText) == first);
-    int found = 0;
-    if (anySetLane<Unit>(hits, [&](int i) { return matchesAt(found = position + i + 1); }))
-      return found;
-    missingSums -= block::filledWithLast(sums, typename block::lane_numbers{});
+    auto const gained = block::runningSums(block::load(span + needle.count, foldText) -
+                                           block::load(span, foldText));
+    auto const hits = (gained == missingInBlock) & (block::load(span + 1, foldText) == first);
+    if (block::anySet(hits))
+      for (int i = 0; i < block::kLanes; ++i)
+        if (hits[i] != 0 && matchesAt(position + i + 1)) return position + i + 1;
+    missingInBlock -= block::filledWithLast(gained, typename block::lane_numbers{});
   }
-  for (missing = missingSums[0]; position < last; ++position) {
+  // The rest, one at a time.
+  for (missing = missingInBlock[0]; position < last; ++position) {
     missing = static_cast<lane>(missing - weigh(position + needle.count) + weigh(position));
     if (missing == 0 && matchesAt(position + 1)) return position + 1;
   }

@@ -5,7 +5,6 @@
 //   rule      char                              unsigned short
 //   upper     a-z to A-Z, all others stay       a-z to A-Z, all others stay
 //   lower     A-Z to a-z, all others stay       A-Z to a-z, all others stay
-//   weight    as a signed byte                  as an unsigned number
 //   order     as an unsigned byte               low byte first, as the bytes lie in memory
 //   widened   a character as it is              a character with its sign
 //   count     to the first zero byte; the low   to the first zero unit, 1024 at most
@@ -36,6 +35,7 @@ struct unit_rules<char> {
   static constexpr char lower(char c) {
     return static_cast<char>(c ^ caseBit(c >= 'A' && c <= 'Z'));
   }
+  // The character with its sign.
   static constexpr int weight(char c) { return static_cast<signed char>(c); }
   static constexpr int order(char c) { return static_cast<unsigned char>(c); }
   static constexpr char widened(char c) { return c; }
@@ -50,7 +50,6 @@ struct unit_rules<unsigned short> {
   static constexpr unsigned short lower(unsigned short c) {
     return static_cast<unsigned short>(c ^ caseBit(c >= 'A' && c <= 'Z'));
   }
-  static constexpr int weight(unsigned short c) { return c; }
   static constexpr int order(unsigned short c) { return ((c & 0xFF) << 8) | (c >> 8); }
   static constexpr unsigned short widened(char c) {
     return static_cast<unsigned short>(unit_rules<char>::weight(c));

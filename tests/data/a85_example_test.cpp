@@ -86,6 +86,8 @@ TEST_F(A85Example, RefusesInOneSentenceThatNamesTheOffset) {
                     {with(84, 0, "}}}}}"), "84: these five characters are no word"},
                     {with(79, 1, "a"), "77: the text from here to offset 94 does not match"},
                     {text + "x", "114: it goes on behind its end"},
+                    {with(24, 8, "FFFFFFFF") + text,  // as if a part between them were lost
+                     "191: the text from here to offset 208 does not match"},
                     {"", "unknown option \"--lines\"; --help", "--lines encode", 2},
                     {"", "in is the input and the output", "encode in in"},
                     {"", "cannot write to /dev/full: No space", "encode in /dev/full"}};

@@ -122,7 +122,7 @@ bool isEmptyWithoutMemory() {
 TEST(A85FileFormDeathTest, KeepsTheTextAtTheLimitAndLosesItWithoutMemory) {  // Required
   EXPECT_EXIT(_exit(isEmptyWithoutMemory() ? 0 : 1), testing::ExitedWithCode(0), "");
   text_buffer buffer("abc");
-  if (!buffer.resize(buffer.dataSize = 1'542'023'500, 1500)) GTEST_SKIP() << "no room";
+  ASSERT_TRUE(buffer.resize(buffer.dataSize = 1'542'023'500, 1500));
   buffer.A85_formatForFile(true);
   EXPECT_TRUE(buffer.dataSize == 1'542'023'500 && buffer.lastError == 0);
 }

@@ -14,9 +14,9 @@
 namespace {
 
 template <int N>
-using text8 = _qzString8_allSize<N>;
+using s8 = _qzString8_allSize<N>;
 template <int N>
-using text16 = _qzString<N>;
+using s16 = _qzString<N>;
 
 std::string said(bool result) { return result ? "true" : "false"; }
 template <class Text>
@@ -27,14 +27,12 @@ std::string said(Text const& result) {
 
 template <class... Texts, class Call>
 void holdsFor(std::string const& in, std::string const& out, Call call) {
-  SCOPED_TRACE(in);
-  auto const expect = [&out](std::string const& result) { EXPECT_EQ(result, out); };
-  (expect(said(call(Texts(in.c_str())))), ...);
+  for (auto const& result : {said(call(Texts(in.c_str())))...}) EXPECT_EQ(result, out) << in;
 }
 
 // The rows of the function's table in docs/files.md.
 template <class... Texts, class Call>
-void tableHoldsFor(std::string const& function, Call call) {
+void tableHolds(std::string const& function, Call call) {
   std::regex const row("\\| (?:\\*empty\\*|`?([^`]*?)`?) \\| (?:\\*empty\\*|`?([^`]*?)`?) \\|.*");
   std::ifstream page(QZ_FILES_PAGE);
   std::string line;
@@ -50,39 +48,34 @@ auto const dirName = [](auto path) { return qzGetDirName(path); };
 auto const fileName = [](auto path) { return qzGetFileName(path); };
 auto const isRelative = [](auto path) { return isRelativePath(path); };
 auto const convert = [](auto path) { return qzConvertPDToOS(path); };
-auto const resolve = [](auto path) { return qzPathResolve(path); };
 auto const exists = [](auto path) { return qzDirectoryExists(path); };
 
 TEST(Paths, EveryOverloadFollowsThePage) {
-  tableHoldsFor<text8<200>, text8<250>, text8<500>>("qzGetDirName", dirName);
-  tableHoldsFor<text16<250>, text16<500>, text16<1000>>("qzGetDirName", dirName);
-  tableHoldsFor<text8<200>, text8<250>, text8<500>>("qzGetFileName", fileName);
-  tableHoldsFor<text16<250>, text16<500>>("qzGetFileName", fileName);
-  tableHoldsFor<text8<500>>("qzGetFileNameBase", [](auto s) { return qzGetFileNameBase(s, 0x2F); });
+  tableHolds<s8<200>, s8<250>, s8<500>, s16<250>, s16<500>, s16<1000>>("qzGetDirName", dirName);
+  tableHolds<s8<200>, s8<250>, s8<500>, s16<250>, s16<500>>("qzGetFileName", fileName);
+  tableHolds<s8<500>>("qzGetFileNameBase", [](auto s) { return qzGetFileNameBase(s, 0x2F); });
   EXPECT_EQ(said(qzGetFileNameBase("C:\\x/x\\y.z.c", 0x125C)), "y.z");  // the low byte
-  tableHoldsFor<text8<500>, text16<250>, text16<1000>>("isRelativePath", isRelative);
-  tableHoldsFor<text8<500>, text16<500>>("qzPathResolve", resolve);
-  tableHoldsFor<text8<50>, text8<150>, text8<200>, text8<500>>("qzConvertPDToOS", convert);
-  tableHoldsFor<text16<250>, text16<500>>("qzConvertPDToOS", convert);
-  tableHoldsFor<text8<500>>("makeMacGuiExe", makeMacGuiExe8);
-  tableHoldsFor<text16<250>>("makeMacGuiExe", makeMacGuiExe);
+  tableHolds<s8<500>, s16<250>, s16<1000>>("isRelativePath", isRelative);
+  tableHolds<s8<500>, s16<500>>("qzPathResolve", [](auto s) { return qzPathResolve(s); });
+  tableHolds<s8<50>, s8<150>, s8<200>, s8<500>, s16<250>, s16<500>>("qzConvertPDToOS", convert);
+  tableHolds<s8<500>>("makeMacGuiExe", makeMacGuiExe8);
+  tableHolds<s16<250>>("makeMacGuiExe", makeMacGuiExe);
 }
 
 TEST(Paths, LongTextsAreCutAndWideFormsCompareWholeUnits) {
-  std::string const name(150, 'n'), bundle = "/" + name + std::string(89, 'b');
+  std::string const name(197, 'n'), bundle = "/" + name + std::string(42, 'b');
   std::string const inside = bundle + ".app/Contents/MacOS/" + name.substr(0, 100);
-  holdsFor<text8<200>, text8<250>, text8<500>>("/x/" + name, name.substr(0, 100), fileName);
-  holdsFor<text16<250>, text16<500>>(name, name.substr(0, 100), fileName);
-  holdsFor<text16<250>>(bundle, inside.substr(0, 250), makeMacGuiExe);
-  holdsFor<text8<500>>(bundle, inside, makeMacGuiExe8);
-  auto const folder = [](std::size_t length) { return "/:" + std::string(length - 2, 'f'); };
-  holdsFor<text8<200>>(folder(199), folder(199) + "/", dirName);
-  holdsFor<text8<200>>(folder(200), folder(200), dirName);  // no room for a slash
+  holdsFor<s8<200>, s8<250>, s8<500>>("/x/" + name, name.substr(0, 100), fileName);
+  holdsFor<s16<250>, s16<500>>(name, name.substr(0, 100), fileName);
+  holdsFor<s16<250>>(bundle, inside.substr(0, 250), makeMacGuiExe);
+  holdsFor<s8<500>>(bundle, inside, makeMacGuiExe8);
+  holdsFor<s8<200>>("/:" + name, "/:" + name + "/", dirName);
+  holdsFor<s8<200>>("/:n" + name, "/:n" + name, dirName);  // no room for a slash
 
   unsigned short const units[] = {'/', 'a', 0x012F, 0x015C, '/', 0x0161, 0};
-  EXPECT_EQ(qzGetFileName(text16<250>(units)), text16<100>(units + 5));
-  EXPECT_EQ(qzGetDirName(text16<500>(units)), text16<500>(units, 5));
-  EXPECT_EQ(qzConvertPDToOS(text16<250>(units)), text16<250>(units));
+  EXPECT_EQ(qzGetFileName(s16<250>(units)), s16<100>(units + 5));
+  EXPECT_EQ(qzGetDirName(s16<500>(units)), s16<500>(units, 5));
+  EXPECT_EQ(qzConvertPDToOS(s16<250>(units)), s16<250>(units));
 }
 
 TEST(Paths, OneBitOfTheTypeMakesADirectory) {
@@ -90,15 +83,16 @@ TEST(Paths, OneBitOfTheTypeMakesADirectory) {
   std::string const root = mkdtemp(pattern), folder = root + "/folder", link = root + "/link";
   auto const allAnswer = [](auto answer, std::initializer_list<std::string> paths) {
     for (auto const& path : paths)
-      holdsFor<text8<200>, text8<250>, text8<500>, text16<500>, char const*>(path, answer, exists);
+      holdsFor<s8<200>, s8<250>, s8<500>, s16<500>, char const*>(path, answer, exists);
   };
-  std::filesystem::create_directories(folder + "/inner");
+  std::filesystem::create_directory(folder);
   std::filesystem::create_symlink("folder", link);
+  std::filesystem::create_symlink("nothing", root + "/lost");
   std::ofstream(root + "/file") << "text";
   EXPECT_EQ(mknod((root + "/socket").c_str(), S_IFSOCK | 0600, 0), 0);
-  allAnswer("true", {folder, folder + "/", folder + "//", link, folder + "/inner",
-                     root + "/socket"});  // Required: it has the bit as well
-  allAnswer("false", {"", "/", "C:", root + "/file", root + "/file/", root + "/nothing"});
+  // Required: a socket has the bit as well.
+  allAnswer("true", {folder, folder + "/", folder + "//", link, root + "/socket/"});
+  allAnswer("false", {"", "/", "C:", root + "/file", root + "/file/", root + "/lost"});
   EXPECT_FALSE(qzDirectoryExists(nullptr));
   std::filesystem::permissions(root, std::filesystem::perms(0600));
   driver::inOwnPidNamespace([&] {  // gives up root's rights
@@ -107,17 +101,12 @@ TEST(Paths, OneBitOfTheTypeMakesADirectory) {
     allAnswer("false", {folder});
   });
   std::filesystem::permissions(root, std::filesystem::perms(0700));
-  std::filesystem::remove_all(folder);
-  allAnswer("false", {folder + "/", link});
   // Required: the 16-bit form asks for the front of a long path.
-  std::string const deep = root + "/" + std::string(100, 'd') + "/", more(200, 'm');
-  std::string const most = deep + std::string(249 - deep.size(), 'd');
-  std::filesystem::create_directories(most);
-  std::filesystem::create_directories(deep + more);
-  holdsFor<text16<500>>(most + "xyz", "true", exists);
-  holdsFor<text8<500>, char const*>(most + "xyz", "false", exists);
-  holdsFor<text16<500>>(deep + more, "false", exists);
-  holdsFor<text8<500>, char const*>(deep + more, "true", exists);
+  std::string const front = root + "/" + std::string(248 - root.size(), 'f');
+  std::filesystem::create_directory(front + "long");
+  holdsFor<s8<500>, char const*>(front + "long", "true", exists);
+  std::filesystem::create_directory(front);
+  holdsFor<s16<500>>(front + "xyz", "true", exists);
   std::filesystem::remove_all(root);
 }
 

@@ -42,12 +42,6 @@ std::unique_ptr<_qzProcessList3> newList3(played_machine const& machine) {
   return std::make_unique<_qzProcessList3>(true);
 }
 
-// By value: the numbers of a packed record take no reference.
-auto shown(_qzProcessList3::_prcInfo const& record) {
-  return std::tuple(double{record.cpuSeconds}, int{record.memoryMB},
-                    std::string(record.ownerText.asChar()));
-}
-
 TEST(PlayedProcessList, ACollectionIsWholeOrAnErrorAndEmpty) {
   std::tuple<played_machine, int, char const*> const rows[] = {
       {{.processes = 0}, 0, ""},
@@ -133,93 +127,84 @@ TEST(PlayedProcessList, CpuTimeIsAddedInItsOrderOrRefused) {
 
 TEST(PlayedProcessList3, StampsLieAQuarterOfTheWayAndTheLogTellsEachStep) {
   auto list = newList3({.processes = 2, .enumerationTakes = 7'000'007, .queryTakes = 510'000});
-  EXPECT_EQ(std::tuple(list->cpuTicks(), list->cpuDelta()), std::tuple(0x1.dcd6500200019p+29, 0));
+  auto const samples = [&] { return std::pair(list->cpuTicks(), list->cpuDelta()); };
+  auto const stamps = [&] { return std::pair(list->time.value + 0, list->timeMS + 0); };
+  EXPECT_EQ(samples(), std::pair(0x1.dcd6500200019p+29, 0.0));
   EXPECT_TRUE(list->collectAllProcesses_allInfo());
   EXPECT_STREQ(list->collectLog.asChar(),
                "CollectAllProcesses_OS: 7.00s.ms; procCount: 2; init: .00s.ms; CPU+Mem: 1.02s.ms"
                "; OwnerList important: .00s.ms");
-  EXPECT_EQ(std::pair(list->time.value + 0, list->timeMS + 0),
-            std::pair(1000000001L, 1000000002000L));
+  EXPECT_EQ(stamps(), std::pair(1000000001L, 1000000002000L));
   list->getProcessInfoMemCPUOnly(1);  // the first since the collection alone takes a sample
-  EXPECT_EQ(std::tuple(list->cpuTicks(), list->cpuDelta()),
-            std::tuple(0x1.dcd6503a00054p+29, 0x1.c0001d8p+2));
+  EXPECT_EQ(samples(), std::pair(0x1.dcd6503a00054p+29, 0x1.c0001d8p+2));
   list->addErrorListCount();
   EXPECT_STREQ(list->error.asChar(), "(pCount:2)  ");
   list->creator_sharedOS();
-  EXPECT_EQ(std::tuple(int{list->count}, list->cpuDelta(), list->cpuInfoReady, list->collected),
-            std::tuple(0, 0.0, true, false));
+  EXPECT_TRUE(list->error.isEmpty() && list->count == 0 && list->cpuDelta() == 0);
+  EXPECT_TRUE(list->cpuInfoReady && !list->collected);
 
   // Set back by 7001 ms: both quarters are cut toward zero.
   list = newList3({.processes = 2, .enumerationTakes = -7'001'000});
   list->getCpuMem = false;
   EXPECT_TRUE(list->collectAllProcesses_allInfo());
   EXPECT_STREQ(list->collectLog.asChar(), "CollectAllProcesses_OS: 2147476.64s.ms; procCount: 2");
-  EXPECT_EQ(std::pair(list->time.value + 0, list->timeMS + 0),
-            std::pair(999999999L, 999999998500L));
+  EXPECT_EQ(stamps(), std::pair(999999999L, 999999998500L));
 }
 
+// Required: a fault has the same words whichever step failed. Slot 0 is never asked for, the slot
+// behind the last one is, and the last record never shows 0 after an answer.
 TEST(PlayedProcessList3, ARefusalIsNoFaultAndAFaultEndsTheRun) {
   std::tuple<query_answer, double, std::string> const rows[] = {
       {{query_answer::access_refused, 5}, -5, ""},
       {{query_answer::figures_refused, 5}, 0, ""},
       {{query_answer::access_refused, EMFILE}, -EMFILE, "24. Too many open files"},
-      {{query_answer::figures_refused, 1005}, 0, "1005. Error 1005."}};  // Required: the same words
+      {{query_answer::figures_refused, 1005}, 0, "1005. Error 1005."}};
   for (auto const& [answer, seconds, error] : rows) {
     SCOPED_TRACE(error);
     auto const list = newList3({.processes = 4, .gone = {{101, answer}}});
     // The user time of ended threads is left out.
     played.figures = {3000ull << 20, {1000, 0}, {1, 500000}, {{{2, 0}, {4, 0}, false}}};
     bool const goesOn = error.empty();
+    auto const shows = [&](int slot, double cpu, int memory, char const* owner) {
+      auto const& r = list->records[slot];
+      EXPECT_TRUE(r.cpuSeconds == cpu && r.memoryMB == memory && r.ownerText == owner) << slot;
+    };
     EXPECT_EQ(list->collectAllProcesses_allInfo(), goesOn);
     EXPECT_EQ(list->error.asChar(), goesOn ? "" : " task_for_pid failed. kr:" + error);
-    EXPECT_EQ(shown(list->records[0]), std::tuple(7.5, 3000, goesOn ? "-2" : ""));
-    EXPECT_EQ(shown(list->records[1]), std::tuple(seconds, 0, ""));
-    EXPECT_EQ(shown(list->records[3]), std::tuple(goesOn ? 7.5 : 0, goesOn ? 3000 : 1,
-                                                  goesOn ? "abcdefghijklmnopqrstuvwxy" : ""));
+    shows(0, 7.5, 3000, goesOn ? "-2" : "");
+    shows(1, seconds, 0, "");
+    goesOn ? shows(3, 7.5, 3000, "abcdefghijklmnopqrstuvwxy") : shows(3, 0, 1, "");
+    list->set_getCpuMemAtOnce(true);  // Required: can only be cleared
     for (int i = 0; i < 40; ++i) EXPECT_EQ(list->getProcessInfo(1), goesOn);
     EXPECT_EQ(list->error.length, goesOn ? 0 : 500);
-  }
-}
-
-// Required: slot 0 is never asked for, the slot behind the last one is, and the last never shows 0.
-TEST(PlayedProcessList3, SlotsAreTestedOneTooFarAndNotAtAllForZero) {
-  auto const list = newList3({.processes = 3});
-  list->collectAllProcesses2();
-  played.figures.endedSystem = {3, 0};
-  list->set_getCpuMemAtOnce(true);  // Required: can only be cleared
-  std::array<int, 4> const rows[] = {{0, 1, 0, 0}, {-1, 0, 0, 0}, {4, 0, 0, 0}, {3, 1, 3, 1}};
-  for (auto const& [slot, result, seconds, ofLast] : rows) {
-    SCOPED_TRACE(slot);
-    auto& record = list->records[std::max(slot, 0)];
-    record.cpuSeconds = 0;
-    EXPECT_EQ(list->getProcessInfo(slot), result == 1);
-    EXPECT_EQ(double{record.cpuSeconds}, seconds);
-    EXPECT_EQ(int{list->records[2].memoryMB}, ofLast);
+    list->records[0] = list->records[4] = {};
+    EXPECT_TRUE(list->getProcessInfo(0) && list->getProcessInfo(4));
+    EXPECT_FALSE(list->getProcessInfo(-1) || list->getProcessInfo(5));
+    shows(0, 0, 0, ""), shows(4, 7.5, 3000, "");
   }
 }
 
 TEST(PlayedProcessList3, OwnersAreThoseOfTheSystemAndOnlyTheImportantOnes) {
-  std::tuple<int, int, char const*, char const*> const rows[] = {
-      {1, 2000, "FINDE", "abcdefghijklmnopqrstuvwxy"}, {2, 2001, "A", ""}, {3, 2001, "B", "mia"},
-      {1, 0, "FINDER", "abcdefghijklmnopqrstuvwxy"},   {-2, 0, "C", "-2"}, {4, 2001, "D", "4"}};
-  auto const list = newList3({.processes = 6});
+  char const cut[] = "abcdefghijklmnopqrstuvwxy";
+  std::tuple<int, int, char const*, std::string> const rows[] = {
+      {1, 2000, "FINDE", cut}, {2, 2001, "A", ""}, {3, 2001, "B", "mia"},
+      {1, 0, "FINDER", cut},   {-2, 0, "C", "-2"}, {4, 2001, "D", "4"}};
   for (bool const importantOnly : {true, false}) {
-    list->collectAllProcesses2();
-    for (int i = 0; i < 6; ++i)
-      std::tie(list->records[i].uid, list->records[i].memoryMB, list->records[i].name,
-               std::ignore) = rows[i];
+    auto const list = newList3({});
+    for (auto const& [uid, memory, name, owner] : rows)
+      list->records[list->count++] = {name, "", 0, 0, memory, 0, uid};
+    list->records[6] = {"FINDER", "stored", 0, 0, 0, 0, 3}, list->count = 7;
     list->collectOwner(importantOnly);
-    EXPECT_TRUE(list->collectLog.endsWith(importantOnly ? "; OwnerList important: .00s.ms"
-                                                        : "; OwnerList All: .00s.ms"));
-    for (int i = 0; i < 6; ++i) {
-      auto const& [uid, memory, name, owner] = rows[i];
+    for (int i = 0; auto const& [uid, memory, name, owner] : rows) {
       bool const isAsked = !importantOnly || memory > 2000 || i == 3;
-      EXPECT_STREQ(list->records[i].ownerText.asChar(), isAsked ? owner : "") << i;
-      EXPECT_STREQ(_qzProcessList3::getProcessOwner(uid).asChar(), owner);
+      EXPECT_EQ(list->records[i++].ownerText.asChar(), isAsked ? owner : "") << name;
+      EXPECT_EQ(_qzProcessList3::getProcessOwner(uid).asChar(), owner);
     }
+    EXPECT_STREQ(list->records[6].ownerText.asChar(), "stored");
+    EXPECT_STREQ(list->collectLog.asChar(), importantOnly
+                                                ? "; init: .00s.ms; OwnerList important: .00s.ms"
+                                                : "; init: .00s.ms; OwnerList All: .00s.ms");
   }
-  list->records[0].ownerText = "stored";
-  EXPECT_STREQ(list->records[0].owner().asChar(), "stored");
 }
 
 }  // namespace

@@ -152,4 +152,14 @@ TEST(SelfCheck, TellsAnotherInstanceFromTheCaller) {
   }
 }
 
+TEST(SelfCheck, FindsNoConsoleFormOfAPlainNameOfNineBytes) {
+  std::pair<char const*, bool> const rows[] = {{"eight-by", true}, {"nine-byte", false}};
+  driver::inOwnPidNamespace([&rows] {
+    for (auto const* name : {"eight-byconsole", "nine-byteconsole"}) start(name), start(name);
+    for (auto const& [name, isFound] : rows)
+      for (bool const isConsole : {false, true})
+        EXPECT_EQ(ourProcessAlreadyExists(name, isConsole, true, nullptr), isFound) << name;
+  });
+}
+
 }  // namespace

@@ -39,4 +39,13 @@ TEST(ProcessTop, JsonTellsTheFiguresOfAKnownLoad) {
   });
 }
 
+TEST(ProcessTop, RefusesUnknownOptionsInOneSentence) {
+  for (std::string const option : {"--bad", "-x", "once", "--once=1", "--oncejson", ""}) {
+    auto const run = driver::runTool(
+        {}, [&] { execl(QZ_PROCESS_TOP, "process_top", "--once", option.c_str(), nullptr); });
+    EXPECT_EQ(run.output, "process_top: unknown option \"" + option + "\"; --help lists them.\n");
+    EXPECT_TRUE(WIFEXITED(run.status) && WEXITSTATUS(run.status) == 2) << option;
+  }
+}
+
 }  // namespace

@@ -131,6 +131,11 @@ TEST(String16, NarrowsToTheLowByteAndKeepsTheLength) {
   EXPECT_TRUE(S250(s) == "Aa" && S250(s.data) == "Aa");
   s.addSpacing(s.data, -3);
   EXPECT_EQ(unitsOf(s), u"\u0141a Aa");  // Required: the low byte of each unit
+  S250 narrowText = "abc";
+  (narrowText = nullptr).addSpacing(narrowText.data, -5);
+  W25 wideText = "abc";
+  (wideText = units(nullptr)).addSpacing(wideText.data, -5);
+  EXPECT_TRUE(narrowText == "    c" && wideText == "    c");  // Required: the blanks come first
   for (int const count : {100, 249, 250, 300}) {
     S250 const narrow = _qzString<500>(std::string(500, 'x').c_str(), count);
     EXPECT_EQ(narrow.length, count);  // Required: not the number of characters copied

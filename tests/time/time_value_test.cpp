@@ -115,7 +115,7 @@ TEST_F(TimeValue, CountsIntervalsIn32Bits) {
   _qzTime const end = at(110), later = at(111);
   _qzTime time = at(100);
   EXPECT_EQ(time.waitTimeDifference(10, &later), -1);
-  EXPECT_TRUE(time.waitTimeIsOver(10, nullptr));
+  EXPECT_TRUE(time.waitTimeIsOver(10, nullptr) && !time.waitTimeIsOver(10, &end));
   EXPECT_FALSE(time.waitTimeIsOver(10, true, &end));
   EXPECT_TRUE(time.waitTimeIsOver(10, false, &later));
   EXPECT_EQ(time.value, 100);
@@ -133,6 +133,7 @@ TEST_F(TimeValue, IsMadeOfDateAndTime) {
       {kUtc, 0, 0, 1, 9, 9, -1, "2014-09-09 01:00:00 +0000", "2014-09-09 00:00:00 +0000"},
       {kUtc, 0, 0, 1, 9, 9, 3001, "3000-09-09 01:00:00 +0000", "3000-09-09 00:00:00 +0000"},
       // Required: a century ahead
+      {kUtc, 0, 0, 1, 9, 9, 100, "200-09-09 01:00:00 +0000", "100-09-09 00:00:00 +0000"},
       {kUtc, 0, 0, 1, 9, 9, 1989, "2089-09-09 01:00:00 +0000", "1989-09-09 00:00:00 +0000"},
       {kUtc, 0, 0, 1, 9, 9, 1990, "1990-09-09 01:00:00 +0000", "1990-09-09 00:00:00 +0000"},
       {kUtc, 61, -1, 25, 40, 13, 26, "2027-01-01 01:00:01 +0000", "2026-12-31 00:00:00 +0000"},

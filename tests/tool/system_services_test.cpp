@@ -6,14 +6,13 @@
 #include <cerrno>
 #include <vector>
 
-namespace {
-std::vector<useconds_t>* recordedSleeps = nullptr;
-}
+#include "tool/sleep_hook.h"
 
-// Stands in front of the C library's, so that a test sees the chunks and need not wait for them.
+std::function<void(useconds_t)> insteadOfSleeping;
+
 extern "C" int usleep(useconds_t microseconds) {
-  if (recordedSleeps != nullptr) {
-    recordedSleeps->push_back(microseconds);
+  if (insteadOfSleeping) {
+    insteadOfSleeping(microseconds);
     return 0;
   }
   timespec const duration = {microseconds / 1000000,
@@ -25,9 +24,9 @@ namespace {
 
 std::vector<useconds_t> sleepsOf(int milliseconds) {
   std::vector<useconds_t> sleeps;
-  recordedSleeps = &sleeps;
+  insteadOfSleeping = [&](useconds_t microseconds) { sleeps.push_back(microseconds); };
   qzSleep(milliseconds);
-  recordedSleeps = nullptr;
+  insteadOfSleeping = nullptr;
   return sleeps;
 }
 

@@ -44,12 +44,12 @@ std::string withFixedStamps(std::string const& output) {
   return std::regex_replace(output, stamp, "Jan 01. 00:00.00");
 }
 
-void execTool(arguments const& args) {
-  std::vector<char*> argv{const_cast<char*>("qzCheckExitcode")};
+void execProgram(char const* path, arguments const& args) {
+  std::vector<char*> argv{const_cast<char*>(path)};
   for (auto const& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
   argv.push_back(nullptr);
-  execv(QZ_TOOL_PATH, argv.data());
-  std::perror(QZ_TOOL_PATH);
+  execv(path, argv.data());
+  std::perror(path);
   _exit(127);
 }
 
@@ -63,7 +63,13 @@ double now() {
 
 void enterOwnIpcNamespace() { enterNamespaces(CLONE_NEWIPC); }
 
-running_tool startTool(arguments const& args, std::function<void()> const& prepare) {
+void enterOwnMountNamespace() {
+  enterNamespaces(CLONE_NEWNS);
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) std::abort();
+}
+
+running_tool startProgram(char const* path, arguments const& args,
+                          std::function<void()> const& prepare) {
   int output[2];
   if (pipe2(output, O_CLOEXEC) != 0) std::abort();
   double const started = now();
@@ -72,10 +78,14 @@ running_tool startTool(arguments const& args, std::function<void()> const& prepa
     dup2(output[1], STDOUT_FILENO);
     dup2(output[1], STDERR_FILENO);
     if (prepare) prepare();
-    execTool(args);
+    execProgram(path, args);
   }
   close(output[1]);
   return {pid, output[0], started};
+}
+
+running_tool startTool(arguments const& args, std::function<void()> const& prepare) {
+  return startProgram(QZ_TOOL_PATH, args, prepare);
 }
 
 tool_run finish(running_tool const& tool) {

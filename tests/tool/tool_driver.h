@@ -28,9 +28,13 @@ using arguments = std::vector<std::string>;
 
 // Gives the calling process an IPC namespace of its own, without segments.
 void enterOwnIpcNamespace();
+// Gives the calling process mounts of its own.
+void enterOwnMountNamespace();
 
-// Starts the tool; `prepare` runs in the new process right before it, to close descriptors, change
-// the user or hide a file system.
+// Starts a program, or the tool; `prepare` runs in the new process right before it, to close
+// descriptors, change the user or hide a file system.
+running_tool startProgram(char const* path, arguments const& args,
+                          std::function<void()> const& prepare = {});
 running_tool startTool(arguments const& args, std::function<void()> const& prepare = {});
 tool_run finish(running_tool const& tool);
 tool_run runTool(arguments const& args, std::function<void()> const& prepare = {});
