@@ -22,7 +22,12 @@ bool readNumber(cursor& c, Number* number) {
   char const* const start = c.at;
   while (c.at != c.end && isDigit(*c.at)) value = value * 10 + static_cast<unsigned>(*c.at++ - '0');
   constexpr int kMostDigits = 20;
-  if (c.at == start || c.at == c.end || *c.at != ' ' || c.at - start > kMostDigits) return false;
+  auto const digits = c.at - start;
+  if (digits == 0 || c.at == c.end || *c.at != ' ' || digits > kMostDigits) return false;
+  // Of as many digits only those of 10^19 to 2^64 - 1 have not wrapped.
+  if (digits == kMostDigits && *start > '0' &&
+      (*start > '1' || value < 10'000'000'000'000'000'000u))
+    return false;
   ++c.at;
   *number = static_cast<Number>(value);
   return *number == value;

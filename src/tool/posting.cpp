@@ -2,7 +2,6 @@
 
 #include "sharedmem/shared_memory.h"
 #include "strings/formatted_text.h"
-#include "tool/client_block.h"
 #include "tool/report.h"
 
 namespace qz::detail {
@@ -25,7 +24,7 @@ void failWithMarks(run_state& run, int magic, int version, int ready) {
                           kClientBlockMagic, version, kClientBlockVersion, ready, 1));
 }
 
-// The lock is held. The stores are volatile, so that they come in this order.
+// The stores are volatile, so that they come in this order.
 void append(client_block volatile& block, run_state& run) {
   int const slot = block.messageCount;
   if (slot >= kClientBlockSlots) return fail(run, "Message buffer is full!");
@@ -46,7 +45,13 @@ void postInto(qzSharedMemory& memory, run_state& run) {
     return fail(run, "Unable to access shared memory data!", memory.errorString());
   if (!memory.lock()) return fail(run, "Unable to lock shared memory data!", memory.errorString());
 
-  client_block volatile& block = *static_cast<client_block*>(bytes);
+  postInto(*static_cast<client_block*>(bytes), run);
+  memory.unlock();
+}
+
+}  // namespace
+
+void postInto(client_block volatile& block, run_state& run) {
   int const magic = static_cast<int>(block.blockMagic);
   int const version = block.blockVersion;
   int const ready = block.blockReady;
@@ -54,10 +59,7 @@ void postInto(qzSharedMemory& memory, run_state& run) {
     failWithMarks(run, magic, version, ready);
   else
     append(block, run);
-  memory.unlock();
 }
-
-}  // namespace
 
 void postMessage(run_state& run) {
   qzSharedMemory memory(kClientBlockName);

@@ -17,11 +17,27 @@ std::string const kStat =
 TEST(ProcessText, StatLineIsReadWholeOrRefused) {
   // Whatever stands in place of the name is read as the name, all else makes the line no good.
   std::pair<std::string, char const*> const rows[] = {
-      {"a", "a"},         {"a", ""},         {"a", ")"},           {"a", "("},
-      {"a", "a) R 1 (b"}, {"a", "\n"},       {"a", "\x80\xFF)\t"}, {"a", "kworker/0:0H-events"},
-      {"(", ""},          {")", ""},         {"(a)", ")("},        {") S", ")S"},
-      {" S ", " SS "},    {"S 4", "S -4"},   {"S 4", "S  4"},      {"8 6", "8 x6"},
-      {"5 15", "5 15x"},  {" 20 ", " -20 "}, {" 20 ", " 20\n"},    {" 20 ", " 4294967316 "},
+      {"a", "a"},
+      {"a", ""},
+      {"a", ")"},
+      {"a", "("},
+      {"a", "a) R 1 (b"},
+      {"a", "\n"},
+      {"a", "\x80\xFF)\t"},
+      {"a", "kworker/0:0H-events"},
+      {"(", ""},
+      {")", ""},
+      {"(a)", ")("},
+      {") S", ")S"},
+      {" S ", " SS "},
+      {"S 4", "S -4"},
+      {"S 4", "S  4"},
+      {"8 6", "8 x6"},
+      {"5 15", "5 15x"},
+      {" 20 ", " -20 "},
+      {" 20 ", " 20\n"},
+      {" 20 ", " 4294967316 "},
+      {"09551615", "09551616"},  // one more than 64 bits hold
   };
   for (auto const& [part, instead] : rows) {
     auto const memory = exactly(std::string(kStat).replace(kStat.find(part), part.size(), instead));

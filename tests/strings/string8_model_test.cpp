@@ -1,5 +1,4 @@
-// Random edits and searches beside a plain model that takes every step literally: copy the text,
-// set it to empty, append pieces cut at the capacity, search again. QZ_TEST_SEED sets the seed.
+// Random edits and searches beside the plain model of text_model.h. QZ_TEST_SEED sets the seed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <random>
 
 #include "strings/string8.h"
+#include "strings/text_model.h"
 
 namespace {
 
@@ -17,50 +17,8 @@ std::string textOf(_qzString8_allSize<N> const& s) {
   return {s.data, static_cast<std::size_t>(std::min<int>(s.length, N))};
 }
 
-using Fold = char (*)(char);
-char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
-char same(char c) { return c; }
-std::string all(std::string text, Fold fold) {
-  std::transform(text.begin(), text.end(), text.begin(), fold);
-  return text;
-}
-
-struct Model {
-  int capacity;
-  std::string text;
-
-  int size() const { return static_cast<int>(text.size()); }
-  std::string part(int from, int count = 1 << 16) const {
-    return text.substr(unsigned(from), unsigned(count));
-  }
-  void put(std::string const& piece) { text.append(piece, 0, unsigned(capacity - size())); }
-
-  int find(std::string const& needle, int start, Fold fold) const {
-    if (needle.empty() || static_cast<int>(needle.size()) + start > size()) return -1;
-    return static_cast<int>(all(text, fold).find(all(needle, fold), unsigned(start)));
-  }
-  int find(char c, int start, Fold fold) const {
-    return find(std::string(1, c), start >= 1 && start < size() ? start : 0, fold);
-  }
-  void replaceAt(int position, int count, std::string const& piece) {
-    Model const copy = *this;
-    text = copy.part(0, position);
-    put(piece);
-    put(copy.part(position + count));
-  }
-  void replace(std::string const& from, std::string const& to, Fold fold) {
-    for (int p = find(from, 0, fold); p >= 0; p = find(from, p + static_cast<int>(to.size()), fold))
-      replaceAt(p, static_cast<int>(from.size()), to);
-  }
-  void appendLive(std::string const& piece) {
-    for (unsigned i = 0; i < piece.size() && size() < capacity; ++i) text += piece[i];
-  }
-  void addColumn(std::string const& word, int width) {
-    int const room = capacity - size(), printed = std::min(static_cast<int>(word.size()), room);
-    std::string const blanks(unsigned(std::max(std::min(std::abs(width), room) - printed, 0)), ' ');
-    put(width < 0 ? blanks + word : word + blanks);
-  }
-};
+using Model = text_model<char>;
+constexpr auto upper = Model::upper, same = Model::same;
 
 template <class S, int N = S::kCapacity>
 void compareSteps(unsigned seed) {
