@@ -176,8 +176,8 @@ std::string verdict(std::string const& stamp) {
 
 // A zone of its own five hours east of UTC, so that a lost zone shows.
 std::string zoneFile() {
-  std::string const head("TZif2\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4",
-                         44);
+  std::string const head(
+      "TZif2\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4", 44);
   std::string const zone("\0\0\x46\x50\0\0+05\0", 10);
   return head + zone + head + zone + "\n<+05>-5\n";
 }
@@ -245,17 +245,23 @@ bool readReport(tool_scene const& scene, fault const& injected, tool_facts const
   return told;
 }
 
+// Whether the fault hit the C library's own start, before main and its first call.
+bool isInStart(faults::traced_run const& run, fault const& injected) {
+  for (call const& made : run.calls) {
+    if (made.number == SYS_rt_sigaction) return false;
+    if (made.number == injected.number && made.nth == injected.nth) return true;
+  }
+  return false;
+}
+
 void judgeTool(tool_scene const& scene, fault const& injected, tool_facts const& facts,
                outcome& got) {
-  bool const inStart = std::none_of(got.run.calls.begin(), got.run.calls.end(), [](auto const& made) {
-    return made.number == SYS_rt_sigaction;
-  });
   if (got.run.status != 0) {
     std::string const how = WIFSIGNALED(got.run.status)
                                 ? std::string("SIG") + sigabbrev_np(WTERMSIG(got.run.status))
                                 : "status " + std::to_string(WEXITSTATUS(got.run.status));
-    add(got.sees, "the C library ends the tool before its `main` with " + how);
-    if (!inStart) add(got.broken, "ended with " + how);
+    add(got.sees, "the C library ends the tool with " + how + ", without a message");
+    if (!isInStart(got.run, injected)) add(got.broken, "ended with " + how + ": " + facts.output);
     if (scene.keeper == client::attached && facts.block->image() != imageBefore())
       add(got.broken, "the block changed");
     return;
@@ -374,9 +380,9 @@ std::string errorText(fault const& injected, int error) {
 void judgeLock(fault const& injected, outcome& got) {
   bool const isLeft = isThere(kLock);
   if (!shared->ok) {
-    add(got.sees, shared->waitedMs > 0 ? "`lock` gives false: held for the whole wait"
-                                       : "`lock` gives false; `lastError` is " +
-                                             errorText(injected, shared->error));
+    add(got.sees, shared->waitedMs > 0
+                      ? "`lock` gives false: held for the whole wait"
+                      : "`lock` gives false; `lastError` is " + errorText(injected, shared->error));
     if (shared->waitedMs <= 0 && shared->error == 0) add(got.broken, "no reason told");
   }
   if (shared->ok && !shared->wasThere) add(got.broken, "locked without a lock file");
@@ -471,7 +477,8 @@ void judgeLog(fault const& injected, outcome& got) {
   if (!log.starts_with("first\n")) add(got.broken, "an earlier line is lost");
   if (!shared->ok) add(got.sees, "false, `errno` " + errorText(injected, shared->error));
   std::string const result = shared->ok ? "true, but " : "";
-  if (!isWhole) add(got.sees, result + (log == "first\n" ? "the line is lost" : "the line is torn"));
+  if (!isWhole)
+    add(got.sees, result + (log == "first\n" ? "the line is lost" : "the line is torn"));
   if (shared->ok && !isWhole && injected.number != SYS_write && injected.number != SYS_close)
     add(got.broken, "true, but the line is lost");
 }
@@ -561,10 +568,9 @@ void runScene(Scene const& scene, outcome (*run)(Scene const&, fault const&), ta
   outcome const clean = run(scene, fault{});
   if (!clean.sees.empty() || !clean.broken.empty())
     complain(scene.name, {}, {}, "without a fault: " + clean.sees + " / " + clean.broken);
-  bool isStart = std::is_same_v<Scene, tool_scene>;
+  constexpr bool kIsTool = std::is_same_v<Scene, tool_scene>;
   std::size_t turn = 0;
   for (call const& place : clean.run.calls) {
-    if (place.number == SYS_rt_sigaction) isStart = false;  // the first call of main
     auto const* const errnos = faults::errnosOf(place);
     if (errnos == nullptr) {
       complain(scene.name, place, {}, "no errno is known for this call");
@@ -579,6 +585,7 @@ void runScene(Scene const& scene, outcome (*run)(Scene const&, fault const&), ta
       if (place.number == SYS_clock_nanosleep) add(got.sees, "the sleep is cut short");
       if (!got.run.wasDelivered) complain(scene.name, place, injected, "the call did not come");
       if (!got.broken.empty()) complain(scene.name, place, injected, got.broken);
+      bool const isStart = kIsTool && isInStart(clean.run, injected);
       note(rows, describe(place, isStart, got.sees), scene.name, injected, got.sees);
     }
   }
@@ -593,8 +600,8 @@ void print(table const& rows) {
 
 int runAll(bool isShort) {
   auto const started = std::chrono::steady_clock::now();
-  void* const memory = mmap(nullptr, sizeof(file_facts), PROT_READ | PROT_WRITE,
-                            MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  void* const memory =
+      mmap(nullptr, sizeof(file_facts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) std::abort();
   mallopt(M_MMAP_THRESHOLD, 128 * 1024);  // a large block is always mapped, whatever came before
   shared = static_cast<file_facts*>(memory);

@@ -131,8 +131,9 @@ std::string targetOf(tracer& at, long number, int nth, std::uint64_t const* args
     case SYS_shmget:
       return nth == 1 ? "to attach" : "on leaving";
     case SYS_shmctl:
-      return args[1] == IPC_RMID ? "IPC_RMID" : nth == 1 ? "IPC_STAT to attach"
-                                                         : "IPC_STAT on leaving";
+      return args[1] == IPC_RMID ? "IPC_RMID"
+             : nth == 1          ? "IPC_STAT to attach"
+                                 : "IPC_STAT on leaving";
     default:
       return "";
   }
@@ -149,7 +150,8 @@ void setRegisters(pid_t pid, std::function<void(user_regs_struct&)> const& chang
 void replaceCall(tracer& at, long result) {
   at.replacesResult = true;
   at.result = result;
-  setRegisters(at.pid, [](auto& registers) { registers.orig_rax = static_cast<unsigned long>(-1); });
+  setRegisters(at.pid,
+               [](auto& registers) { registers.orig_rax = static_cast<unsigned long>(-1); });
 }
 
 // The call is made with other arguments. The C library counts on finding its own again.

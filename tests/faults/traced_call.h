@@ -48,8 +48,8 @@ traced_run trace(std::function<void()> const& body, fault const& injected, obser
 // Begins and ends what is traced in a process that does not exec.
 void mark();
 
-// What the manual pages tell that the call can fail with, as far as it makes sense there; null for a
-// call that the table does not know. Empty for those that can't fail.
+// What the manual pages tell that the call can fail with, as far as it makes sense there; null for
+// a call that the table does not know. Empty for those that can't fail.
 std::vector<int> const* errnosOf(call const& made);
 std::string errorName(int error);
 
