@@ -605,8 +605,7 @@ int runAll(bool isShort) {
   if (memory == MAP_FAILED) std::abort();
   mallopt(M_MMAP_THRESHOLD, 128 * 1024);  // a large block is always mapped, whatever came before
   shared = static_cast<file_facts*>(memory);
-  char name[] = "/tmp/quazen_faults_XXXXXX";
-  folder = mkdtemp(name);
+  folder = node::makeScratchFolder();
   std::string const zone = folder + ".zone";
   write(zone, zoneFile());
   setenv("TZ", (":" + zone).c_str(), 1);

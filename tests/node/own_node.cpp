@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -40,6 +42,8 @@ pid_t startNode(std::function<int()> const& body) {
   std::fflush(nullptr);
   pid_t const first = fork();
   if (first != 0) return first;
+  // Process 1 would outlive a Ctrl-C, which the kernel keeps from it.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
       mount("proc", "/proc", "proc", 0, nullptr) != 0) {
     std::perror("mount /proc");
@@ -48,6 +52,16 @@ pid_t startNode(std::function<int()> const& body) {
   int const status = body();
   std::fflush(nullptr);
   _exit(status);
+}
+
+std::string makeScratchFolder() {
+  char const* const base = std::getenv("TMPDIR");
+  std::string name = std::string(base != nullptr ? base : "/tmp") + "/quazen_XXXXXX";
+  if (mkdtemp(name.data()) == nullptr) {
+    std::perror(name.c_str());
+    std::exit(1);
+  }
+  return name;
 }
 
 int awaitNode(pid_t first) {

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <string>
 
 namespace node {
 
@@ -14,12 +15,15 @@ namespace node {
 void enterNamespaces(int flags);
 
 // Moves the children that the caller makes from now on to a node of their own, and starts `body` as
-// process 1 of it, with a /proc of its own. Process 1 ends with what `body` returns, and all others
-// with it. Further children are on the node too, but have no parent there.
+// process 1 of it, with a /proc of its own. Process 1 ends with what `body` returns or with the
+// caller, and all others with it. Further children are on the node too, but have no parent there.
 pid_t startNode(std::function<int()> const& body);
 
 // Waits for all children and returns the exit status of process 1, or 1 if a signal ended it.
 int awaitNode(pid_t first);
+
+// A new folder in that for temporary files. The caller removes it.
+std::string makeScratchFolder();
 
 }  // namespace node
 
