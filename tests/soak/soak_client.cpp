@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <string>
@@ -16,7 +17,6 @@ namespace {
 
 constexpr int kHeaderBytes = 8;
 constexpr int kMappedBytes = 24576;  // the segment's pages
-constexpr int kSegmentBytes = kHeaderBytes + kClientBlockBytes;
 
 client_block& blockOf(std::string& image) {
   return *reinterpret_cast<client_block*>(image.data() + kHeaderBytes);
@@ -83,8 +83,8 @@ int keepBlock(state& all, block_kind kind) {
   if (!memory.create(isSmall ? kClientBlockBytes - 1 : kClientBlockBytes, false, false)) return 3;
   auto* const segment = memory.segment;
   // The marks make the block known, so they come last; readiness is among the first bytes.
-  std::memcpy(segment + 1024, start.data() + 1024, start.size() - 1024);
-  std::memcpy(segment + 1, start.data() + 1, 1023);
+  std::copy(start.begin() + 1024, start.end(), segment + 1024);
+  std::copy(start.begin() + 1, start.begin() + 1024, segment + 1);
   all.isClientReady = true;
 
   std::minstd_rand chance(static_cast<unsigned>(getpid()));
@@ -131,8 +131,9 @@ void raceForLock(lock_race& race, int processes, double seconds) {
     while (own.attach() && now() < end)
       while (now() < end && own.lock()) {
         ++taken;
-        if (race.inside.fetch_add(1) > 0) ++overlapped;
-        race.inside.fetch_sub(1);
+        race.inside.fetch_add(1);
+        for (int volatile work = 0; work < 50;) work = work + 1;  // as long as a message takes
+        if (race.inside.fetch_sub(1) > 1) ++overlapped;
         own.unlock();
       }
     race.taken += taken;
