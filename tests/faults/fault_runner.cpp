@@ -3,6 +3,7 @@
 // then must hold. Prints what a user sees as a table in Markdown. See scripts/faults.
 #include <malloc.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -152,5 +153,9 @@ int main(int argc, char** argv) {
     return 2;
   }
   char const* const tool = argv[argc - 1];
+  if (access(tool, X_OK) != 0) {
+    std::perror(tool);
+    return 2;
+  }
   return node::awaitNode(node::startNode([&] { return faults::runAll(tool, isShort); }));
 }

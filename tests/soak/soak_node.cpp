@@ -328,7 +328,7 @@ double perMillion(long part, long whole) {
 }
 
 // Not asserted: the lock is a plain byte, which two may take in the same instant.
-void reportLockByte(director const& at) {
+void reportLockByte(director const& at, double seconds) {
   counts const sum = countAll(at);
   std::printf(
       "\nThe weakness of the lock byte: %.0f messages lost of a million posted, with up to 64 "
@@ -341,7 +341,7 @@ void reportLockByte(director const& at) {
       mmap(nullptr, sizeof(lock_race), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return;
   auto& race = *static_cast<lock_race*>(memory);
-  raceForLock(race, 8, 3);
+  raceForLock(race, 8, std::min(3.0, seconds / 60));
   std::printf(
       "\nAt worst, with 8 processes that do nothing but take the lock: %.2f of a million "
       "(%ld of %ld) held\ntogether with another one.\n",
@@ -369,7 +369,7 @@ int direct(state& all, char const* tool, int requests, double seconds, unsigned 
   for (double const limit = now() + 20; countProcesses() > 0 && now() < limit; reapAll(at))
     pauseFor(0.1);  // orphans are reaped outside
   report(at, folder, seconds / 60, seed);
-  reportLockByte(at);
+  reportLockByte(at, seconds);
   (void)!chdir("/");
   std::filesystem::remove_all(folder);
   return violations == 0 ? 0 : 1;
@@ -423,5 +423,9 @@ int main(int argc, char** argv) {
   unsigned const seed = argc > 3 ? static_cast<unsigned>(std::strtoul(argv[3], nullptr, 10))
                                  : static_cast<unsigned>(time(nullptr));
   std::string const tool = std::filesystem::absolute(argv[1]).string();
+  if (access(tool.c_str(), X_OK) != 0) {
+    std::perror(tool.c_str());
+    return 2;
+  }
   return soak::runNode(tool.c_str(), seconds, seed);
 }
