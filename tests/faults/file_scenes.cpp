@@ -30,6 +30,7 @@ std::string contentsOf(std::string const& path) {
 struct file_facts {
   bool ok, wasThere;
   int error, waitedMs, openBefore, openAfter;
+  long long lockBytes;
 };
 file_facts* shared = nullptr;
 
@@ -57,6 +58,7 @@ void lockAndUnlock() {
   mark();
   shared->error = locker.lastError;
   shared->wasThere = isThere(kLock);
+  shared->lockBytes = static_cast<long long>(contentsOf(at(kLock)).size());
   mark();
   locker.unlock();
   mark();
@@ -76,6 +78,8 @@ void judgeLock(fault const& injected, outcome& got) {
     if (shared->waitedMs <= 0 && shared->error == 0) add(got.broken, "no reason told");
   }
   if (shared->ok && !shared->wasThere) add(got.broken, "locked without a lock file");
+  if (shared->ok && shared->lockBytes == 0)
+    add(got.sees, "the lock file does not tell who holds it");
   if (isThere("target_lock.txt.none")) add(got.sees, "`unlock` leaves the file as `.none`");
   if (isLeft && shared->ok) add(got.broken, "the lock file is left");
 }
