@@ -37,3 +37,21 @@ install_packages() {
     --no-install-recommends "${missing[@]}" >/dev/null ||
     die "apt-get could not install: ${missing[*]}"
 }
+
+# Puts the file $2 between the two marks of section $1 of docs/reliability.md.
+write_section() {
+  local page=$project/docs/reliability.md
+  grep -q "^<!-- $1: begin" "$page" || die "docs/reliability.md has no section '$1'"
+  local written
+  written=$(awk -v name="$1" -v file="$2" '
+    index($0, "<!-- " name ": end") == 1 { inside = 0 }
+    !inside
+    index($0, "<!-- " name ": begin") == 1 {
+      inside = 1
+      print ""
+      while ((getline line < file) > 0) print line
+      print ""
+    }' "$page")
+  printf '%s\n' "$written" >"$page"
+  printf 'Wrote the section "%s" of docs/reliability.md\n' "$1"
+}

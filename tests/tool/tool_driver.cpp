@@ -15,29 +15,10 @@
 #include <ctime>
 #include <regex>
 
+#include "node/own_node.h"
+
 namespace driver {
 namespace {
-
-void writeFile(char const* path, std::string const& text) {
-  int const file = open(path, O_WRONLY | O_CLOEXEC);
-  if (file < 0) return;
-  (void)!write(file, text.data(), text.size());  // a failure shows in what follows
-  close(file);
-}
-
-// Root may make namespaces; anybody else takes a user namespace first and is root in there.
-void enterNamespaces(int flags) {
-  if (unshare(flags) == 0) return;
-  uid_t const user = getuid();
-  gid_t const group = getgid();
-  if (unshare(flags | CLONE_NEWUSER) != 0) {
-    std::perror("these tests need namespaces: run them as root or allow user namespaces; unshare");
-    std::abort();
-  }
-  writeFile("/proc/self/setgroups", "deny");
-  writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-  writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-}
 
 std::string withFixedStamps(std::string const& output) {
   static std::regex const stamp("[A-Z][a-z]{2} [0-9]{2}\\. [0-9]{2}:[0-9]{2}\\.[0-9]{2}");
@@ -61,10 +42,10 @@ double now() {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-void enterOwnIpcNamespace() { enterNamespaces(CLONE_NEWIPC); }
+void enterOwnIpcNamespace() { node::enterNamespaces(CLONE_NEWIPC); }
 
 void enterOwnMountNamespace() {
-  enterNamespaces(CLONE_NEWNS);
+  node::enterNamespaces(CLONE_NEWNS);
   if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) std::abort();
 }
 
@@ -110,7 +91,7 @@ void inOwnPidNamespace(std::function<void()> const& body, int orphans,
   // are in there too, but with their parent outside.
   pid_t const maker = fork();
   if (maker == 0) {
-    enterNamespaces(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWIPC);
+    node::enterNamespaces(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWIPC);
     int ready[2];
     if (pipe(ready) != 0) _exit(2);
     pid_t const first = fork();
