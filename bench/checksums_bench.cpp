@@ -52,7 +52,7 @@ void crc16(benchmark::State& state) {
 }
 
 void sizes(benchmark::internal::Benchmark* benchmark) {
-  benchmark->Arg(64)->Arg(4 << 10)->Arg(1 << 20)->Iterations(51)->UseManualTime();
+  benchmark->Arg(64)->Arg(4 << 10)->Arg(1 << 20)->Iterations(101)->UseManualTime();
 }
 BENCHMARK(crc32)->Apply(sizes);
 BENCHMARK(crc64)->Apply(sizes);

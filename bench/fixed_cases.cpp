@@ -153,7 +153,7 @@ fixed_case const kCases[] = {
      }},
     {"time", 1000,
      [](input& in) {
-       auto text = _qzTime(1'794'802'077, true).asQZ8StringMt();
+       auto text = _qzTime(1'794'802'077LL, true).asQZ8StringMt();
        seen(text);
        seen(in);
      }},
