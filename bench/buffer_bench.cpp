@@ -123,7 +123,7 @@ void folded(benchmark::State& state, kind what, std::size_t size, std::size_t ne
   BENCHMARK_CAPTURE(function, random 200 in 4 KiB, kind::random, 4096, 200)->Apply(inTurns); \
   BENCHMARK_CAPTURE(function, english 200 in 4 KiB, kind::english, 4096, 200)->Apply(inTurns)
 
-void few(benchmark::internal::Benchmark* benchmark) { benchmark->Iterations(11)->UseManualTime(); }
+void few(benchmark::internal::Benchmark* benchmark) { benchmark->Iterations(21)->UseManualTime(); }
 QZ_RACE_SEARCH(exact);
 QZ_RACE_SEARCH(folded);
 

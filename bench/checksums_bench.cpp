@@ -33,7 +33,7 @@ void raceCrc(benchmark::State& state, Ours ours) {
   };
   if (ours(bytes) != boost()) std::abort();
   seen(bytes);
-  race<1>(
+  race(
       state, [&] { return ours(bytes); }, contestant{"boost", boost});
 }
 

@@ -71,7 +71,7 @@ struct threaded_process {
 // One turn is long enough to be measured alone, unlike those of race().
 template <class... Contestants>
 void runInTurns(benchmark::State& state, Contestants&... contestants) {
-  for (auto _ : state) (contestants.takeTurn(1), ...);
+  for (auto _ : state) (contestants.takeTurn(), ...);
 }
 
 void collection(benchmark::State& state) {

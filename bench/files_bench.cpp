@@ -77,11 +77,11 @@ void copyFile(benchmark::State& state, std::size_t bytes, bool besideCp) {
     std::filesystem::copy_file(files.from, files.to);
   };
   if (besideCp)
-    race<1>(state, ours, contestant{"cp", [&] { copyWithCp(files); }});
+    race(state, ours, contestant{"cp", [&] { copyWithCp(files); }});
   else
-    race<1>(state, ours, contestant{"loop", [&] { copyInALoop(files, false); }},
-            contestant{"same calls", [&] { copyInALoop(files, true); }},
-            contestant{"copy_file", standard});
+    race(state, ours, contestant{"loop", [&] { copyInALoop(files, false); }},
+         contestant{"same calls", [&] { copyInALoop(files, true); }},
+         contestant{"copy_file", standard});
 }
 #define RACE_COPY(size, bytes, turns)             \
   BENCHMARK_CAPTURE(copyFile, size, bytes, false) \

@@ -35,7 +35,7 @@ void append(benchmark::State& state) {
   auto texts = names(static_cast<int>(state.range(0)));
   auto ours = ourNames(texts);
   seen(texts, ours);
-  race<1>(
+  race(
       state,
       [&] {
         _qzStringList list;
@@ -58,7 +58,7 @@ void sort(benchmark::State& state) {
   auto const texts = names(static_cast<int>(state.range(0)));
   _qzStringList ours;
   for (auto const& text : ourNames(texts)) ours.append(text, false, false);
-  race<1>(
+  race(
       state,
       [&] {
         _qzStringList list;

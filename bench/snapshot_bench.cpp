@@ -43,7 +43,7 @@ void snapshot(benchmark::State& state) {
   process_crowd const crowd(static_cast<int>(state.range(0)));
   auto const list = std::make_unique<_qzProcessList>();
   proc_library library;
-  race<1>(
+  race(
       state, [&] { return list->collectAllProcesses2(); }, contestant{"C loop", loopOverProc},
       contestant{"libproc2", [&] { return library.collect(); }});
 }
@@ -59,7 +59,7 @@ void commands(benchmark::State& state) {
   auto const list = std::make_unique<_qzProcessList>();
   char const* const ps[] = {"ps", "-eo", "pid,ppid,comm,euid", nullptr};
   char const* const pgrep[] = {"pgrep", "-x", "renderapp", nullptr};
-  race<1>(
+  race(
       state, [&] { return list->collectAllProcesses2(); },
       contestant{"ps", [&] { runCommand(ps); }}, contestant{"pgrep", [&] { runCommand(pgrep); }});
 }
