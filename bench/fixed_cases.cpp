@@ -94,6 +94,14 @@ fixed_case const kCases[] = {
        int place = in.text.indexOf(in.word) + in.text.indexOfCaseSen(in.word);
        seen(place);
      }},
+    {"split", 100,
+     [](input& in) {
+       text250 rest = in.text;
+       while (rest.hasData()) {
+         auto piece = rest.leftNCut(' ', false);
+         seen(piece);
+       }
+     }},
     {"replace", 5,
      [](input& in) {
        auto s = in.frames;

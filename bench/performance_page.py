@@ -117,7 +117,9 @@ def figure(value, unit):
 
 
 def ratio_text(value):
-    return f"{value:.2f}" if value < 10 else f"{value:.0f}"
+    if value >= 10:
+        return f"{value:.0f}"
+    return f"{value:.2f}" if value >= 0.1 else f"{value:.2g}"
 
 
 def print_table(paths, aims):
