@@ -181,16 +181,16 @@ def aims_reached(results, aims):
 SIZES = {"KiB": 1 << 10, "MiB": 1 << 20}
 
 
-def growing(results, group, pattern, divisor):
-    """The results whose case fits the pattern, by the number in it. With a divisor of 0 a figure
-    is divided by that number, else the figure of that many bytes or elements is shown."""
+def growing(results, group, pattern, is_each):
+    """Size, result and scale of the cases that fit the pattern, by the size in it. With `is_each`
+    a figure is shown for each of so many, else as it is."""
     found = []
     for result in results:
         match = re.fullmatch(pattern, result.case)
         if result.group != group or match is None:
             continue
         size = float(match[1]) * SIZES.get(match[2] if match.re.groups > 1 else "", 1)
-        found.append((size, result, divisor or 1 / size))
+        found.append((size, result, 1 / size if is_each else 1))
     return sorted(found, key=lambda item: item[0])
 
 
@@ -219,35 +219,35 @@ def worst(found, rival, limit):
     return f"more than {limit:g} times {rival} from {plot.short_number(over)} on, {end}"
 
 
-# name, title, label of x, label of y, group, cases, scale of a figure (0: by the size), rivals,
+# name, title, label of x, label of y, group, cases, whether each of so many is shown, rivals,
 # sentence with the rival and the limit that it speaks of
 PLOTS = (
     ("snapshot", "A snapshot of the processes", "processes", "ns a process", "snapshot",
-     r"snapshot/(\d+)", 0, ("C loop", "libproc2"),
+     r"snapshot/(\d+)", True, ("C loop", "libproc2"),
      "Linear: the kernel has nearly all of it, and each process costs four system calls", "C loop",
      1.15),
     ("list_append", "Appending to the list of text", "elements", "ns an element", "list",
-     r"append/(\d+)", 0, ("std::vector",),
+     r"append/(\d+)", True, ("std::vector",),
      "The block grows by one element of 1,006 bytes and may move each time", "std::vector", 10),
     ("list_sort", "Sorting the list of text", "elements", "ns an element", "list",
-     r"sort/(\d+)", 0, ("std::stable_sort",),
+     r"sort/(\d+)", True, ("std::stable_sort",),
      "A bubble sort that moves whole elements is quadratic", "std::stable_sort", 10),
     ("buffer_append", "append() of 1000 bytes at a time", "bytes", "ns a byte", "buffer",
-     r"append/piece:1000/total:(\d+)", 0, ("std::vector", "std::string"),
+     r"append/piece:1000/total:(\d+)", True, ("std::vector", "std::string"),
      "The block grows to exactly what is needed, so that each call may move it", "std::vector", 2),
     ("buffer_write", "write() of 1000 bytes at a time", "bytes", "ns a byte", "buffer",
-     r"write/piece:1000/total:(\d+)", 0, ("std::vector", "std::string"),
+     r"write/piece:1000/total:(\d+)", True, ("std::vector", "std::string"),
      "The block grows by 10,240 bytes beyond the need, so that every tenth call may move it",
      "std::vector", 2),
     ("search_1mib", "Search at the end of 1 MiB of English", "bytes looked for", "ns", "buffer",
-     r"lengthInData/(\d+)", 1, ("memmem", "std::string"),
+     r"lengthInData/(\d+)", False, ("memmem", "std::string"),
      "The longer the text, the farther the search skips", "memmem", 1),
     ("search_4kib", "Search at the end of 4 KiB of English", "bytes looked for", "ns", "buffer",
-     r"lengthInPage/(\d+)", 1, ("memmem", "std::string"),
+     r"lengthInPage/(\d+)", False, ("memmem", "std::string"),
      "Its two tables have to be made first, and little data does not pay them back", "std::string",
      2),
     ("copy", "Copying a file in memory", "bytes", "ns a byte", "files",
-     r"copy of (\d+) (KiB|MiB)", 0, ("copy_file", "cp"),
+     r"copy of (\d+) (KiB|MiB)", True, ("copy_file", "cp"),
      "The buffer ends at 512 KiB, and the kernel copies the bytes twice", "copy_file", 1.3),
 )
 
@@ -256,9 +256,9 @@ def write_plots(results, figures):
     lines = ["## Growth", "",
              "Both axes are logarithmic. The sentence says what the required rule costs, and from "
              "which size on it hurts.", ""]
-    for (name, title, x_label, y_label, group, pattern, divisor, rivals, sentence, rival,
+    for (name, title, x_label, y_label, group, pattern, is_each, rivals, sentence, rival,
          limit) in PLOTS:
-        found = growing(results, group, pattern, divisor)
+        found = growing(results, group, pattern, is_each)
         if len(found) < 2:
             continue
         with open(os.path.join(figures, name + ".svg"), "w", encoding="utf-8") as file:
