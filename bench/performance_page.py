@@ -15,6 +15,7 @@ import os
 import re
 import subprocess
 import sys
+import textwrap
 import time
 
 import plot
@@ -26,7 +27,7 @@ GROUPS = {
     "tool": "The tool beyond its sleeps",
     "snapshot": "The process list",
     "collection": "CPU time and memory of all processes",
-    "table": "The full list's sorts and usage (number of records / 0 shuffled, 1 in order, 2 worst)",
+    "table": "The full list's sorts and usage, by records (0 shuffled, 1 in order, 2 worst)",
     "strings": "Strings, by capacity",
     "list": "The list of text, by number of elements",
     "checksums": "Checksums, by bytes",
@@ -113,7 +114,7 @@ def figure(value, unit):
             if value >= limit:
                 return f"{value / limit:.3g} {name}"
         return f"{value:.3g} ns"
-    return (f"{value:,.0f}" if value >= 100 else f"{value:.3g}") + f" {unit}"
+    return (f"{value:,.0f}" if value >= 100 else f"{value:.3g}") + (f" {unit}" if unit else "")
 
 
 def ratio_text(value):
@@ -203,20 +204,17 @@ def lines_of(found, rivals):
     return series
 
 
-def worst(found, rival, limit):
-    """Words on the size from which on we take more than `limit` times a rival's time, to the end
-    of the range."""
-    over = None
-    for size, result, _ in found:
-        if result.ratio(rival) <= limit:
-            over = None
-        elif over is None:
-            over = size
+def growth_words(found, rival, limit):
+    """At which sizes we take more than `limit` times a rival's time."""
+    over = [size for size, result, _ in found if result.ratio(rival) > limit]
     last_size, last, _ = found[-1]
-    end = f"{ratio_text(last.ratio(rival))} times {rival} at {plot.short_number(last_size)}"
-    if over is None:
-        return f"{end}; more than {limit:g} times it takes at no size to the end of the range"
-    return f"more than {limit:g} times {rival} from {plot.short_number(over)} on, {end}"
+    end = f"{ratio_text(last.ratio(rival))} at {plot.short_number(last_size)}"
+    if not over:
+        return f"beside {rival} that costs at most {limit:g} times the time ({end})"
+    words = f"that costs more than {limit:g} times the time of {rival} ({end})"
+    if over == [size for size, _, _ in found][-len(over):]:
+        return f"from {plot.short_number(over[0])} on {words}"
+    return f"at {', '.join(plot.short_number(size) for size in over)} {words}"
 
 
 # name, title, label of x, label of y, group, cases, whether each of so many is shown, rivals,
@@ -224,7 +222,7 @@ def worst(found, rival, limit):
 PLOTS = (
     ("snapshot", "A snapshot of the processes", "processes", "ns a process", "snapshot",
      r"snapshot/(\d+)", True, ("C loop", "libproc2"),
-     "Linear: the kernel has nearly all of it, and each process costs four system calls", "C loop",
+     "Each process costs four system calls, and the kernel has nearly all of the time", "C loop",
      1.15),
     ("list_append", "Appending to the list of text", "elements", "ns an element", "list",
      r"append/(\d+)", True, ("std::vector",),
@@ -237,25 +235,25 @@ PLOTS = (
      "The block grows to exactly what is needed, so that each call may move it", "std::vector", 2),
     ("buffer_write", "write() of 1000 bytes at a time", "bytes", "ns a byte", "buffer",
      r"write/piece:1000/total:(\d+)", True, ("std::vector", "std::string"),
-     "The block grows by 10,240 bytes beyond the need, so that every tenth call may move it",
+     "The block grows by 10,240 bytes beyond the need, so that one call in eleven may move it",
      "std::vector", 2),
     ("search_1mib", "Search at the end of 1 MiB of English", "bytes looked for", "ns", "buffer",
      r"lengthInData/(\d+)", False, ("memmem", "std::string"),
-     "The longer the text, the farther the search skips", "memmem", 1),
+     "Two tables are made for each search, and the longer the text, the farther it skips", "memmem", 1),
     ("search_4kib", "Search at the end of 4 KiB of English", "bytes looked for", "ns", "buffer",
      r"lengthInPage/(\d+)", False, ("memmem", "std::string"),
-     "Its two tables have to be made first, and little data does not pay them back", "std::string",
+     "In little data the two tables, made for each search, weigh most", "std::string",
      2),
     ("copy", "Copying a file in memory", "bytes", "ns a byte", "files",
      r"copy of (\d+) (KiB|MiB)", True, ("copy_file", "cp"),
-     "The buffer ends at 512 KiB, and the kernel copies the bytes twice", "copy_file", 1.3),
+     "The bytes go through a buffer of at most 512 KiB, and so are copied twice", "copy_file", 1.3),
 )
 
 
 def write_plots(results, figures):
     lines = ["## Growth", "",
-             "Both axes are logarithmic. The sentence says what the required rule costs, and from "
-             "which size on it hurts.", ""]
+             "Both axes are logarithmic. Below each plot stands what the required rule costs, and "
+             "from which", "size on it hurts.", ""]
     for (name, title, x_label, y_label, group, pattern, is_each, rivals, sentence, rival,
          limit) in PLOTS:
         found = growing(results, group, pattern, is_each)
@@ -263,8 +261,8 @@ def write_plots(results, figures):
             continue
         with open(os.path.join(figures, name + ".svg"), "w", encoding="utf-8") as file:
             file.write(plot.line_plot(title, x_label, y_label, lines_of(found, rivals)))
-        lines += [f"![{title}](figures/{name}.svg)", "",
-                  f"{sentence}: {worst(found, rival, limit)}.", ""]
+        words = f"{sentence}; {growth_words(found, rival, limit)}."
+        lines += [f"![{title}](figures/{name}.svg)", "", *textwrap.wrap(words, 100), ""]
     return lines
 
 
@@ -279,11 +277,12 @@ def write_page(folder, aims):
     os.makedirs(figures, exist_ok=True)
     lines = [
         "# Performance", "",
-        "Written by `scripts/bench --page`. Every figure stands beside what a user would pick "
-        "instead: the ratio of our median to its median within one run, in which both took turns. "
-        "Below 1 means ahead. An aim stands in brackets (`bench/aims.txt`), one that begins with "
-        "\"ours\" limits our own figure, and a ratio that misses its aim is **bold**. Times depend "
-        "on the machine and on what else it does, ratios much less.", "",
+        *textwrap.wrap(
+            "Written by `scripts/bench --page`. Every figure stands beside what a user would pick "
+            "instead: the ratio of our median to its median within one run, in which both took "
+            "turns. Below 1 means ahead. An aim stands in brackets (`bench/aims.txt`); one that "
+            "begins with \"ours\" limits our own figure. A ratio that misses its aim is **bold**. "
+            "Times depend on the machine and on what else it does, ratios much less.", 100), "",
         f"- Processor: {processor()}",
         f"- System: Linux {os.uname().release}",
         f"- Compiler: {compiler}",

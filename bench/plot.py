@@ -13,7 +13,7 @@ def escaped(text):
 def short_number(value):
     for limit, suffix in ((1e9, "G"), (1e6, "M"), (1e3, "k")):
         if value >= limit:
-            return f"{value / limit:g}{suffix}"
+            return f"{value / limit:.3g}{suffix}"
     return f"{value:g}"
 
 
