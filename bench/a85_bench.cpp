@@ -17,7 +17,7 @@ namespace {
 constexpr int kBytes = 1 << 20;
 constexpr int kChars = kBytes / 4 * 5;
 
-// A turn holds at least 16 runs, so a few turns are enough.
+// A run is long, so a few turns are enough.
 void inFewTurns(benchmark::internal::Benchmark* benchmark) {
   benchmark->Iterations(31)->UseManualTime();
 }

@@ -123,9 +123,22 @@ void folded(benchmark::State& state, kind what, std::size_t size, std::size_t ne
   BENCHMARK_CAPTURE(function, random 200 in 4 KiB, kind::random, 4096, 200)->Apply(inTurns); \
   BENCHMARK_CAPTURE(function, english 200 in 4 KiB, kind::english, 4096, 200)->Apply(inTurns)
 
-void few(benchmark::internal::Benchmark* benchmark) { benchmark->Iterations(11)->UseManualTime(); }
+void few(benchmark::internal::Benchmark* benchmark) { benchmark->Iterations(21)->UseManualTime(); }
 QZ_RACE_SEARCH(exact);
 QZ_RACE_SEARCH(folded);
+
+// The cost over the length of the text that is looked for.
+void lengthInData(benchmark::State& state) {
+  exact(state, kind::english, 1 << 20, static_cast<std::size_t>(state.range(0)));
+}
+void lengthInPage(benchmark::State& state) {
+  exact(state, kind::english, 4 << 10, static_cast<std::size_t>(state.range(0)));
+}
+void lengths(benchmark::internal::Benchmark* benchmark) {
+  benchmark->Apply(few)->Arg(2)->Arg(4)->Arg(8)->Arg(16)->Arg(32)->Arg(64)->Arg(128)->Arg(250);
+}
+BENCHMARK(lengthInData)->Apply(lengths);
+BENCHMARK(lengthInPage)->Apply(lengths);
 
 // Fills an empty one with `total` bytes in pieces.
 template <class Add>
@@ -157,9 +170,6 @@ void raceFill(benchmark::State& state, bool (*add)(_QZ_DataBuffer&, char const*,
                    fill(total, piece, [&] { bytes.append(source.data(), source.size()); });
                    seen(bytes);
                  }});
-  // What a byte costs, for the growth over the size.
-  state.counters["ns a KiB"] =
-      state.counters["median ns"].value * 1024 / static_cast<double>(total);
 }
 
 void write(benchmark::State& state) {

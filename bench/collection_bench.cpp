@@ -3,7 +3,8 @@
 // contestants take turns within each iteration; the ratios of their medians are what counts.
 //
 // The library needs two passes for the same figures, over processes for the times with ended
-// threads and over threads for those of the live ones; "list:threads" has the second one alone.
+// threads and over threads for those of the live ones; "libproc2, threads" has the second one
+// alone.
 #include <benchmark/benchmark.h>
 #include <libproc2/pids.h>
 #include <pthread.h>
@@ -70,7 +71,7 @@ struct threaded_process {
 // One turn is long enough to be measured alone, unlike those of race().
 template <class... Contestants>
 void runInTurns(benchmark::State& state, Contestants&... contestants) {
-  for (auto _ : state) (contestants.takeTurn(1), ...);
+  for (auto _ : state) (contestants.takeTurn(), ...);
 }
 
 void collection(benchmark::State& state) {
@@ -84,11 +85,10 @@ void collection(benchmark::State& state) {
   contestant threads{"", [&] { library.readThreads(); }};
   runInTurns(state, ours, loop, processes, threads);
   double const median = ours.median(), ofThreads = threads.median();
-  state.counters["median us"] = median / 1000;
-  state.counters["list:loop"] = median / loop.median();
-  state.counters["list:libproc2"] = median / (processes.median() + ofThreads);
-  state.counters["list:threads"] = median / ofThreads;
-  state.counters["processes"] = list->count;
+  state.counters["median ns"] = median;
+  state.counters["C loop"] = median / loop.median();
+  state.counters["libproc2"] = median / (processes.median() + ofThreads);
+  state.counters["libproc2, threads"] = median / ofThreads;
 }
 BENCHMARK(collection)->Arg(200)->Arg(1000)->Arg(4000)->Iterations(21);
 

@@ -77,11 +77,11 @@ void copyFile(benchmark::State& state, std::size_t bytes, bool besideCp) {
     std::filesystem::copy_file(files.from, files.to);
   };
   if (besideCp)
-    race<1>(state, ours, contestant{"cp", [&] { copyWithCp(files); }});
+    race(state, ours, contestant{"cp", [&] { copyWithCp(files); }});
   else
-    race<1>(state, ours, contestant{"loop", [&] { copyInALoop(files, false); }},
-            contestant{"same calls", [&] { copyInALoop(files, true); }},
-            contestant{"copy_file", standard});
+    race(state, ours, contestant{"loop", [&] { copyInALoop(files, false); }},
+         contestant{"same calls", [&] { copyInALoop(files, true); }},
+         contestant{"copy_file", standard});
 }
 #define RACE_COPY(size, bytes, turns)             \
   BENCHMARK_CAPTURE(copyFile, size, bytes, false) \
@@ -93,7 +93,9 @@ void copyFile(benchmark::State& state, std::size_t bytes, bool besideCp) {
       ->Iterations(turns)                         \
       ->UseManualTime()
 RACE_COPY("4 KiB", 4 << 10, 401);
+RACE_COPY("64 KiB", 64 << 10, 401);
 RACE_COPY("1 MiB", 1 << 20, 401);
+RACE_COPY("16 MiB", 16 << 20, 41);
 RACE_COPY("256 MiB", 256 << 20, 11);
 
 void lockAndUnlock(benchmark::State& state) {

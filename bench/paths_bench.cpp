@@ -83,9 +83,7 @@ BENCHMARK(fileNameBase)->Apply(inTurns);
 
 struct relative {
   bool operator()(_qzString8_allSize<500> const& path) const { return isRelativePath(path); }
-  bool operator()(_qzString<500> const& path) const {
-    return qz::detail::isRelative(viewOf(path).run());
-  }
+  bool operator()(_qzString<500> const& path) const { return qz::detail::isRelative(viewOf(path)); }
 };
 void isRelative(benchmark::State& state) {
   raceFunction(state, kFrame + 1, relative{},

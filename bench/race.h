@@ -30,9 +30,10 @@ template <class Action>
 struct contestant {
   char const* name;
   Action run;
+  int times = 1;  // how often a turn runs it
   std::vector<double> turns{};
 
-  double nanosecondsOf(int times) {
+  double nanosecondsOfTurn() {
     auto const start = std::chrono::steady_clock::now();
     for (int i = 0; i < times; ++i) {
       if constexpr (std::is_void_v<decltype(run())>) {
@@ -45,7 +46,12 @@ struct contestant {
     return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start)
         .count();
   }
-  void takeTurn(int times) { turns.push_back(nanosecondsOf(times) / times); }
+  // Makes a turn long enough to be measured.
+  void warmUp() {
+    constexpr double kTurn = 40'000;  // nanoseconds
+    while (nanosecondsOfTurn() < kTurn) times *= 2;
+  }
+  void takeTurn() { turns.push_back(nanosecondsOfTurn() / times); }
   double median() {
     auto const middle = turns.begin() + static_cast<std::ptrdiff_t>(turns.size() / 2);
     std::nth_element(turns.begin(), middle, turns.end());
@@ -55,16 +61,14 @@ struct contestant {
 template <class Action>
 contestant(char const*, Action) -> contestant<Action>;
 
-// `fewest` is how often a turn runs an operation at least.
-template <int fewest = 16, class Ours, class... Rivals>
+template <class Ours, class... Rivals>
 void race(benchmark::State& state, Ours operation, contestant<Rivals>... rivals) {
-  constexpr double kTurn = 40'000;  // nanoseconds
   contestant<Ours> ours{"", operation};
-  int times = fewest;
-  while (ours.nanosecondsOf(times) < kTurn) times *= 2;
+  ours.warmUp();
+  (rivals.warmUp(), ...);
   for (auto _ : state) {
-    ours.takeTurn(times);
-    (rivals.takeTurn(times), ...);
+    ours.takeTurn();
+    (rivals.takeTurn(), ...);
     state.SetIterationTime(ours.turns.back() * 1e-9);
   }
   double const median = ours.median();

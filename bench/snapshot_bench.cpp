@@ -1,16 +1,15 @@
-// The light list's snapshot beside the cheapest loop over /proc and beside the library that the
-// usual process tools are built on, on the same processes. The three take turns within each
-// iteration, so that whatever else the machine does meets all of them, and the ratios of their
-// medians are what counts: list:loop and list:libproc2.
-#include <benchmark/benchmark.h>
+// The light list's snapshot beside the cheapest loop over /proc, beside the library that the usual
+// process tools are built on and beside two of these tools, on the same processes.
+#include <fcntl.h>
 #include <libproc2/pids.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <memory>
-#include <vector>
 
 #include "process/process_list.h"
+#include "race.h"
 #include "snapshot_rivals.h"
 
 namespace {
@@ -29,35 +28,41 @@ struct proc_library {
   }
 };
 
-template <class Action>
-double secondsOf(Action action) {
-  auto const start = std::chrono::steady_clock::now();
-  benchmark::DoNotOptimize(action());
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double medianOf(std::vector<double> values) {
-  auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+// Runs a command that prints into nothing.
+void runCommand(char const* const* words) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t child;
+  if (posix_spawnp(&child, words[0], &actions, nullptr, const_cast<char**>(words), environ) == 0)
+    waitpid(child, nullptr, 0);
+  posix_spawn_file_actions_destroy(&actions);
 }
 
 void snapshot(benchmark::State& state) {
   process_crowd const crowd(static_cast<int>(state.range(0)));
   auto const list = std::make_unique<_qzProcessList>();
   proc_library library;
-  std::vector<double> ofList, ofLoop, ofLibrary;
-  for (auto _ : state) {
-    ofList.push_back(secondsOf([&] { return list->collectAllProcesses2(); }));
-    ofLoop.push_back(secondsOf(loopOverProc));
-    ofLibrary.push_back(secondsOf([&] { return library.collect(); }));
-    state.SetIterationTime(ofList.back());
-  }
-  state.counters["processes"] = list->count;
-  state.counters["list:loop"] = medianOf(ofList) / medianOf(ofLoop);
-  state.counters["list:libproc2"] = medianOf(ofList) / medianOf(ofLibrary);
+  race(
+      state, [&] { return list->collectAllProcesses2(); }, contestant{"C loop", loopOverProc},
+      contestant{"libproc2", [&] { return library.collect(); }});
 }
-BENCHMARK(snapshot)->Arg(200)->Arg(1000)->Arg(4000)->UseManualTime()->MinTime(2)->Unit(
-    benchmark::kMillisecond);
+BENCHMARK(snapshot)->Arg(200)->Iterations(201)->UseManualTime();
+BENCHMARK(snapshot)->Arg(500)->Iterations(101)->UseManualTime();
+BENCHMARK(snapshot)->Arg(1000)->Iterations(101)->UseManualTime();
+BENCHMARK(snapshot)->Arg(2000)->Iterations(51)->UseManualTime();
+BENCHMARK(snapshot)->Arg(4000)->Iterations(51)->UseManualTime();
+
+// Another program's run cools the caches for what comes next, so the commands race by themselves.
+void commands(benchmark::State& state) {
+  process_crowd const crowd(static_cast<int>(state.range(0)));
+  auto const list = std::make_unique<_qzProcessList>();
+  char const* const ps[] = {"ps", "-eo", "pid,ppid,comm,euid", nullptr};
+  char const* const pgrep[] = {"pgrep", "-x", "renderapp", nullptr};
+  race(
+      state, [&] { return list->collectAllProcesses2(); },
+      contestant{"ps", [&] { runCommand(ps); }}, contestant{"pgrep", [&] { runCommand(pgrep); }});
+}
+BENCHMARK(commands)->Arg(200)->Arg(1000)->Arg(4000)->Iterations(21)->UseManualTime();
 
 }  // namespace

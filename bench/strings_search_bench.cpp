@@ -79,6 +79,20 @@ void findNothing(benchmark::State& state) {
 }
 QZ_RACE_TEXTS(findNothing);
 
+// Half of the text fits everywhere but in its last character.
+template <int N>
+void findHostile(benchmark::State& state) {
+  std::string text(N, 'a'), needle = std::string(N / 2 - 1, 'a') + 'b';
+  _qzString8_allSize<N> ourText(text.c_str()), ourNeedle(needle.c_str());
+  seen(text, needle, ourText, ourNeedle);
+  race(
+      state, [&] { return ourText.indexOfCaseSen(ourNeedle); },
+      contestant{"memmem",
+                 [&] { return memmem(text.data(), text.size(), needle.data(), needle.size()); }},
+      contestant{"std::string", [&] { return text.find(needle); }});
+}
+QZ_RACE_TEXTS(findHostile);
+
 template <int N>
 void findFoldedEarly(benchmark::State& state) {
   raceFolded<N>(state, place::early);

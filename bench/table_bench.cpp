@@ -82,9 +82,9 @@ void sorting(benchmark::State& state) {
         });
       },
       contestant{
-          "sort:std",
+          "std::sort",
           [&] { turn([&] { std::sort(work.begin(), work.end(), comesBefore<withName>); }); }},
-      contestant{"sort:pdqsort", [&] {
+      contestant{"pdqsort", [&] {
                    turn([&] {
                      boost::sort::pdqsort(work.begin(), work.end(), comesBefore<withName>);
                    });
@@ -122,7 +122,7 @@ void lookingUp(benchmark::State& state) {
           benchmark::DoNotOptimize(usage);
         }
       },
-      contestant{"usage:hash map", [&] {
+      contestant{"hash map", [&] {
                    std::unordered_map<unsigned, int> slots;
                    slots.reserve(static_cast<std::size_t>(count));
                    for (int i = 0; i < count; ++i)

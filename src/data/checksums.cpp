@@ -29,6 +29,18 @@ constexpr std::array<std::uint16_t, 256> makeTable16() {
   return table;
 }
 
+// Folds the bytes into a running value, one table look-up for each. The value is kept mixed with
+// the byte that comes next: a look-up waits for the one before it, and this mixing then does not
+// wait.
+template <class Value>
+Value foldReflected(Value value, Value const* table, unsigned char const* bytes,
+                    std::size_t count) {
+  if (count == 0) return value;
+  Value mixed = value ^ bytes[0];
+  for (std::size_t i = 1; i < count; ++i) mixed = table[mixed & 0xFF] ^ (mixed >> 8 ^ bytes[i]);
+  return table[mixed & 0xFF] ^ mixed >> 8;
+}
+
 }  // namespace
 
 unsigned int qzCRCulTable[256];
@@ -60,10 +72,7 @@ void qzCRCInitialize() {
 }
 
 void qzCRCPartial(unsigned int* crc, unsigned char const* bytes, unsigned int count) {
-  unsigned int value = *crc;
-  for (std::size_t i = 0; i < count; ++i)
-    value = (value >> 8) ^ qzCRCulTable[(value ^ bytes[i]) & 0xFF];
-  *crc = value;
+  *crc = foldReflected(*crc, qzCRCulTable, bytes, count);
 }
 
 unsigned int qzCRCCalc(unsigned char const* bytes, unsigned int const& count) {
@@ -74,18 +83,17 @@ unsigned int qzCRCCalc(unsigned char const* bytes, unsigned int const& count) {
 }
 
 std::uint64_t qzCRCCalc64(void const* bytes, unsigned long count) {
-  auto const* const source = static_cast<unsigned char const*>(bytes);
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    value = (value >> 8) ^ crctab64[(value & 0xFF) ^ source[i]];
-  return value;
+  return foldReflected(std::uint64_t{0}, crctab64.data(), static_cast<unsigned char const*>(bytes),
+                       count);
 }
 
 std::uint16_t qzCRCCalc16(unsigned char const* bytes, unsigned long count) {
-  std::uint16_t value = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    value = static_cast<std::uint16_t>((value << 8) ^ crc16tab[bytes[i] ^ (value >> 8)]);
-  return value;
+  if (count == 0) return 0;
+  // See foldReflected.
+  unsigned int mixed = unsigned{bytes[0]} << 8;
+  for (std::size_t i = 1; i < count; ++i)
+    mixed = crc16tab[mixed >> 8 & 0xFF] ^ (mixed << 8 ^ unsigned{bytes[i]} << 8);
+  return static_cast<std::uint16_t>(crc16tab[mixed >> 8 & 0xFF] ^ mixed << 8);
 }
 
 std::uint8_t qzCRCCalc8(unsigned char const* bytes, unsigned long count, bool everySecondByte) {

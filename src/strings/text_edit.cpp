@@ -229,7 +229,9 @@ void cutLeft(text_slot<Unit> text, Unit unit, bool keep, text_slot<Unit> piece) 
 
 template <class Unit>
 void dropFront(text_slot<Unit> text, int count) {
-  splice(text, 0, count, unit_run<Unit>{text.units, 0});
+  int const tail = text.used() - count;
+  copyUnits(text.units, text.units + count, tail);
+  endEdit(text, tail);
 }
 
 #define QZ_INSTANTIATE(Unit)                                                                \

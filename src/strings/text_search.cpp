@@ -144,7 +144,10 @@ int findUnit(text_view<Unit> text, Unit unit, int start) {
 
 template <class Unit>
 int findUnitFolded(text_view<Unit> text, Unit unit, int start) {
-  return findForward(text, unit_rules<Unit>::upper(unit), start, to_upper{});
+  Unit const upper = unit_rules<Unit>::upper(unit);
+  // What is no letter, as most delimiters, has one form only.
+  if (unit_rules<Unit>::lower(upper) == upper) return findUnit(text, upper, start);
+  return findForward(text, upper, start, to_upper{});
 }
 
 template <class Unit>
