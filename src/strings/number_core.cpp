@@ -164,7 +164,7 @@ long long toIntFromHex(text_slot<char> text, char* copy, int bits, bool signedVa
   copy[digits] = 0;
   if (consume) dropFront(text, std::min(digits, text.used()));
 
-  bool unused;
+  bool unused = false;
   bool& valid = ok != nullptr ? *ok : unused;
   valid = true;
   if (!signedValue) return std::strtoll(copy, nullptr, 16);

@@ -83,6 +83,9 @@ TEST(DataBuffer, SaysErrorsInWords) {
             "Decompression error, wrong result size|File does not exists!|"
             "File error: End of file reached!|File error 1.|unknown error -999.|"
             "unknown error 5.|System error: No such file or directory|");
+  _QZ_DataBuffer buffer;
+  buffer.lastError = -103;
+  EXPECT_STREQ(buffer.errorString().asChar(), "CRC Error, data corrupt!");
 }
 
 TEST(DataBufferDeathTest, HoldsNothingWithoutMemory) {

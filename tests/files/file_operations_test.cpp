@@ -42,6 +42,9 @@ TEST_F(Files, AreWhatHasNoDirectoryBit) {
     EXPECT_EQ(qzFileExists(p(row.first), &time, &size), row.second) << row.first;
     EXPECT_TRUE(time.value == (row.second ? 7 : 0) && size == (row.second ? 5 : 0)) << row.first;
     EXPECT_EQ(qzFileExists(_qzString<500>(row.first.c_str())), row.second);
+    size = -1;
+    EXPECT_EQ(qzFileExists(_qzString8_allSize<250>(row.first.c_str()), &time, &size), row.second);
+    EXPECT_EQ(size, 5 * row.second);
   }
 }
 

@@ -55,6 +55,11 @@ TEST(ProcessWatch, FiguresFollowTheClockOfTheLastTwoPasses) {
       EXPECT_EQ(watch.deltaTicks, delta) << clock << " " << cpuSeconds;
       EXPECT_EQ(static_cast<double>(watch[0].cpuUsage), usage) << clock << " " << cpuSeconds;
     }
+    watch[0].setCpuTicks(snapshotOf(0, run.back()[1] - 1)->records[0]);
+    auto const next = snapshotOf(run.back()[0] + 2, run.back()[1]);
+    watch.setTotalTicks(*next);
+    watch.calcCPUUsage(0, next.get(), 0);  // one second within two
+    EXPECT_EQ(watch[0].cpuUsage > 49, run.back()[1] > 1 && run.back()[1] < 1e16);
     watch.clear();  // Required: the entries stay as they are
     EXPECT_TRUE(watch.time.value + watch.timeMS == 0 && watch.ticks + watch.deltaTicks == 0);
     EXPECT_TRUE(watch.coreCount == 8 && watch[0].cpuSeconds == run.back()[1]);

@@ -48,6 +48,7 @@ bool perform(qzSharedMemory& memory, char operation) {
          : operation == 'l' ? memory.lock()
          : operation == 'u' ? memory.unlock()
          : operation == 'p' ? memory.data() != nullptr
+         : operation == 'x' ? shmdt(static_cast<char*>(memory.data()) - 8) == 0
                             : (nextFaults = rowFaults, true);
 }
 
@@ -195,6 +196,12 @@ TEST_F(SharedMemory, EveryFailureIsTold) {
       // Required: the word of the other call. The segment counts as one that nobody uses.
       {0, "afd", "true 13 shmdt: Permission denied", -1, {{'s', EACCES}}},
       {0, "afd", kOk, 0, {{'g', ENOENT}}},
+      {1,
+       "fa",
+       "false 2 Shared Memory already exist, but size does not match.",
+       1,
+       {{'g', EINVAL}}},
+      {1, "axd", "true 5 shmdt: not attached", 1},
       // Half-made objects: no second create, but detach leaves nothing behind.
       {-1, "fc", "false 12 attach (shmat): Cannot allocate memory", 0, {{'m', ENOMEM}}},
       {-1, "fcc", madeAlready, 0, {{'m', ENOMEM}}},

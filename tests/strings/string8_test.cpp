@@ -47,6 +47,7 @@ TEST(String8, TheLow16BitsOfACountAreCutAtTheCapacity) {
     }
   std::vector<unsigned short> const units(2000, 'w');
   EXPECT_EQ(textOf(S5000(units.data())), std::string(1024, 'w'));
+  EXPECT_EQ(qzCharLen(units.data()), 1024);
 }
 
 // The length and all seven characters in hexadecimal; the spare byte is left out.

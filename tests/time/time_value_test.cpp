@@ -95,10 +95,12 @@ TEST_F(TimeValue, AnswersByTheRulesOfTheMoment) {
     SCOPED_TRACE(row.local);
     setZone(row.zone);
     _qzTime const time = at(row.value);
-    std::tm small;
-    _qzTime32{500}.to_tm_Offset(small, row.value - 500);
+    _qzTime32 const small{static_cast<std::uint32_t>(row.value)};
+    std::tm parts[5] = {std::tm(small)};
+    small.to_tm(parts[1]), time.to_tm(parts[2]), time.to_tm_Offset(parts[3], 0);
+    _qzTime32{500}.to_tm_Offset(parts[4], row.value - 500);
     EXPECT_EQ(shown(time), row.local);
-    EXPECT_EQ(shown(small), row.local);
+    for (auto const& part : parts) EXPECT_EQ(shown(part), row.local);
     EXPECT_EQ(time.weekDay(), row.weekDay);
     EXPECT_EQ(time.dayOfMonth(1), row.nextDay);
     EXPECT_EQ(time.month(), std::atoi(row.local + 5));
@@ -112,6 +114,10 @@ TEST_F(TimeValue, CountsIntervalsIn32Bits) {
   EXPECT_EQ(at(0).secsDifference(at(1LL << 31)), kMinInt);
   EXPECT_EQ(at(-2).secsTo(at(kMax)), 1);
   EXPECT_EQ(_qzTime::d2sec(30000), -1702967296);
+  _qzTime32 soon;
+  long long const before = _qzTime::currentTime();
+  soon.setCurrentTime(-7);
+  EXPECT_TRUE(soon.value + 7LL >= before && soon.value + 7LL <= _qzTime::currentTime());
   _qzTime const end = at(110), later = at(111);
   _qzTime time = at(100);
   EXPECT_EQ(time.waitTimeDifference(10, &later), -1);
