@@ -5,6 +5,9 @@ set -euo pipefail
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 script=$(basename "$0")
 
+# What it takes to build everything but the tests.
+build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev)
+
 die() {
   printf '%s: %s\n' "$script" "$*" >&2
   exit 1
