@@ -1,6 +1,7 @@
 // The copy and the lock on a file system in memory, so that no disk decides the race. FILES_BENCH
 // names another folder.
 #include <fcntl.h>
+#include <lockfile.h>
 #include <spawn.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -120,6 +121,11 @@ void lockAndUnlock(benchmark::State& state) {
                    if (write(file, files.to.data(), files.to.size()) < 0) std::abort();
                    close(file);
                    unlink(files.to.c_str());
+                 }},
+      contestant{"liblockfile",
+                 [&] {
+                   if (lockfile_create(files.to.c_str(), 0, 0) != L_SUCCESS) std::abort();
+                   lockfile_remove(files.to.c_str());
                  }},
       contestant{"flock", [&] {
                    int const file = open(files.from.c_str(), O_RDONLY);
