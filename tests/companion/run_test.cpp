@@ -70,7 +70,8 @@ TEST(FrameRun, FindsWhatAWrapperLeavesBehind) {
       EXPECT_EQ(WEXITSTATUS(run.status), 4);
       std::string const first = &running == all ? "qzframe: waiting for RenderApp below"
                                                 : kWaits + std::to_string(running.pid);
-      EXPECT_TRUE(run.output.starts_with(first)) << run.output;
+      // In front of it the launcher may say that it saw the process below another one for a moment.
+      EXPECT_NE(run.output.find(first), std::string::npos) << run.output;
       EXPECT_NE(run.output.find(returned(4)), std::string::npos) << run.output;
       EXPECT_GE(run.seconds, 3);
     }
