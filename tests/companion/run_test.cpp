@@ -60,7 +60,7 @@ TEST(FrameRun, FindsWhatAWrapperLeavesBehind) {
     driver::arguments const named = {"--process", "RenderApp", "--frame", "7"};
     driver::running_tool const all[] = {
         // Below another process that was left behind, and late: the check would not find it there.
-        start(place, named, "(sh -c 'sleep 0.3; ./renderapp 3; true' &); exit 4"),
+        start(place, named, "(sh -c 'sleep 0.1; ./renderapp 3; true' &); exit 4"),
         start(place, named, "./renderapp 3 & exit 4"),
         start(place, named, "(setsid sh -c './renderapp 3 & exit' &); exit 4"),
     };
