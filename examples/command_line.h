@@ -1,4 +1,4 @@
-// What the examples share in reading their command lines.
+// What the examples share in reading their command lines and in saying what is wrong.
 #ifndef QZ_EXAMPLES_COMMAND_LINE_H_
 #define QZ_EXAMPLES_COMMAND_LINE_H_
 
@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 #include <system_error>
+
+#include "tool/system_services.h"
 
 namespace example {
 
@@ -27,6 +29,13 @@ bool readNumber(char const* program, char const* option, char const* value, int 
   if (value != nullptr) std::fprintf(stderr, ", not \"%s\"", value);
   std::fputs(".\n", stderr);
   return false;
+}
+
+// The exit status.
+inline int explainNoOutput(char const* program) {
+  std::fprintf(stderr, "%s: cannot write to standard output: %s.\n", program,
+               qzLastOSError8(-1).asChar());
+  return 1;
 }
 
 }  // namespace example

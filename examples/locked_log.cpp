@@ -2,7 +2,6 @@
 // many processes append lines to one log, each line under the lock, and in the end every line is
 // looked for. Each line tells where in the file its writer saw the end, and closes with a CRC. So a
 // line that another one was written into shows, and so do two writers that held the lock at once.
-#include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +16,7 @@
 
 #include "command_line.h"
 #include "data/checksums.h"
+#include "end_request.h"
 #include "files/file_operations.h"
 #include "files/lock_file.h"
 #include "files/log_file.h"
@@ -24,6 +24,7 @@
 
 namespace {
 
+using example::endRequested;
 using example::isHelp;
 using example::readNumber;
 
@@ -51,8 +52,6 @@ struct writer_result {
 struct log_check {
   int own, torn, outOfPlace;
 };
-
-volatile sig_atomic_t endRequested = 0;
 
 bool readOptions(int argc, char** argv, options& chosen);
 void printHelp();
@@ -206,10 +205,7 @@ int main(int argc, char** argv) {
 
   // A writer that is killed leaves its lock file, so it ends between two lines. Only from here on:
   // a person must be able to end the wait above.
-  struct sigaction action = {};
-  action.sa_handler = [](int) { endRequested = 1; };
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (int const each : {SIGINT, SIGTERM}) example::endOn(each, 0);
 
   void* const shared = mmap(nullptr, sizeof(writer_result) * kMostProcesses, PROT_READ | PROT_WRITE,
                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);

@@ -1,7 +1,6 @@
 // Shows which processes keep the machine busy: takes a full snapshot every second and prints the
 // twenty that used most CPU time since the one before. A program of one's own that wants such
 // figures starts from takeSnapshot() and main().
-#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -14,12 +13,16 @@
 #include <string>
 #include <vector>
 
+#include "command_line.h"
+#include "end_request.h"
 #include "process/process_list3.h"
 #include "process/process_watch.h"
-#include "tool/system_services.h"
 
 namespace {
 
+using example::endRequested;
+
+constexpr char kProgram[] = "process_top";
 constexpr int kShown = 20;
 constexpr int kIntervalMs = 1000;
 constexpr int kBarWidth = 20;
@@ -38,16 +41,11 @@ struct row {
   bool isRefused() const { return record->cpuSeconds < 0; }
 };
 
-volatile sig_atomic_t endRequested = 0;
-
 bool readOptions(int argc, char** argv, options& chosen);
 void printHelp();
-void endOnSignals();
-void sleepUntilDue(int milliseconds);
 std::string asText(std::vector<row> const& rows, _qzProcessList3 const& list, double seconds);
 std::string asJson(std::vector<row> const& rows, _qzProcessList3 const& list, double seconds);
 int explainNoSnapshot(_qzProcessList3 const& list);
-int explainNoOutput();
 
 // Keeps one entry for each process of the last snapshot. A process that is new has no figure yet.
 void follow(_ProcessWatch_List3& watch, _qzProcessList3& list) {
@@ -112,9 +110,9 @@ int main(int argc, char** argv) {
   if (!readOptions(argc, argv, chosen)) return 2;
   if (chosen.onlyHelp) {
     printHelp();
-    return std::fflush(stdout) == 0 ? 0 : explainNoOutput();
+    return std::fflush(stdout) == 0 ? 0 : example::explainNoOutput(kProgram);
   }
-  endOnSignals();
+  for (int const each : {SIGINT, SIGTERM}) example::endOn(each, SA_RESTART);
   bool const isScreen = !chosen.once && !chosen.json && isatty(STDOUT_FILENO) != 0;
   constexpr char kClearScreen[] = "\x1b[H\x1b[2J";
 
@@ -122,14 +120,14 @@ int main(int argc, char** argv) {
   _ProcessWatch_List3 watch(_qzProcessList3::kMostRecords);
   if (!takeSnapshot(*list, watch)) return explainNoSnapshot(*list);
   for (;;) {
-    sleepUntilDue(kIntervalMs);
+    example::sleepUntilDue(kIntervalMs);
     if (endRequested != 0) return 0;
     if (!takeSnapshot(*list, watch)) return explainNoSnapshot(*list);
     auto rows = busiest(watch, *list);
     if (isScreen) cutToScreen(rows, list->collectLog.length);
-    if (isScreen && !print(kClearScreen)) return explainNoOutput();
+    if (isScreen && !print(kClearScreen)) return example::explainNoOutput(kProgram);
     if (!print((chosen.json ? asJson : asText)(rows, *list, watch.deltaTicks)))
-      return explainNoOutput();
+      return example::explainNoOutput(kProgram);
     if (chosen.once) return 0;
   }
 }
@@ -243,32 +241,12 @@ int explainNoSnapshot(_qzProcessList3 const& list) {
   return 1;
 }
 
-int explainNoOutput() {
-  std::fprintf(stderr, "process_top: cannot write to standard output: %s.\n",
-               qzLastOSError8(-1).asChar());
-  return 1;
-}
-
-// --- signals, sleep, options ---
-
-void endOnSignals() {
-  struct sigaction action = {};
-  action.sa_flags = SA_RESTART;
-  action.sa_handler = [](int) { endRequested = 1; };
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-}
-
-void sleepUntilDue(int milliseconds) {
-  constexpr int kSlice = 100;  // how late a signal is seen that arrives just before the sleep
-  for (; milliseconds > 0 && endRequested == 0; milliseconds -= kSlice)
-    qzSleep(std::min(milliseconds, kSlice));
-}
+// --- options ---
 
 bool readOptions(int argc, char** argv, options& chosen) {
   for (int i = 1; i < argc; ++i) {
     char const* const option = argv[i];
-    if (std::strcmp(option, "-h") == 0 || std::strcmp(option, "--help") == 0) {
+    if (example::isHelp(option)) {
       chosen.onlyHelp = true;
     } else if (std::strcmp(option, "--once") == 0) {
       chosen.once = true;

@@ -1,8 +1,6 @@
 // The least client that the tool needs: it makes the block of shared memory, stays attached, and
 // prints the messages that the tool leaves there. A client of one's own starts from main(); see
 // tool/client_block.h for the block and its rules.
-#include <signal.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstdint>
@@ -10,14 +8,17 @@
 #include <cstring>
 
 #include "command_line.h"
+#include "end_request.h"
 #include "sharedmem/shared_memory.h"
 #include "tool/client_block.h"
-#include "tool/system_services.h"
 
 namespace {
 
+using example::endRequested;
 using example::isHelp;
 using example::readNumber;
+
+constexpr char kProgram[] = "reference_client";
 
 using shared_block = client_block volatile;
 
@@ -40,16 +41,12 @@ struct messages {
   message list[kClientBlockSlots];
 };
 
-volatile sig_atomic_t endRequested = 0;
-
 bool readOptions(int argc, char** argv, options& chosen);
 void printHelp();
 void endOnSignals();
 int explainNoBlock(qzSharedMemory const& memory);
 int explainNoLock(qzSharedMemory const& memory);
-int explainNoOutput();
 bool printMessage(message const& posted, int slot);
-void sleepUntilDue(int milliseconds);
 
 // With the lock held. The marks come last: they tell the tools that the block is in order.
 void setMarks(shared_block& block) {
@@ -92,7 +89,7 @@ int main(int argc, char** argv) {
 
   std::printf("Waiting for messages in shared memory, key 0x%08x, %d bytes.\n", memory.key,
               memory.size());
-  if (std::fflush(stdout) != 0) return explainNoOutput();
+  if (std::fflush(stdout) != 0) return example::explainNoOutput(kProgram);
 
   for (;;) {
     bool const last = endRequested != 0;  // one more drain follows the request
@@ -101,9 +98,9 @@ int main(int argc, char** argv) {
     memory.unlock();
 
     for (int slot = 0; slot < drained.count; ++slot)
-      if (!printMessage(drained.list[slot], slot)) return explainNoOutput();
+      if (!printMessage(drained.list[slot], slot)) return example::explainNoOutput(kProgram);
     if (last || (chosen.once && drained.count > 0)) return 0;
-    sleepUntilDue(chosen.intervalMs);
+    example::sleepUntilDue(chosen.intervalMs);
   }
 }
 
@@ -162,33 +159,16 @@ int explainNoLock(qzSharedMemory const& memory) {
   return 1;
 }
 
-int explainNoOutput() {
-  std::fprintf(stderr, "reference_client: cannot write to standard output: %s.\n",
-               qzLastOSError8(-1).asChar());
-  return 1;
-}
-
-// --- signals and sleep ---
+// --- signals ---
 
 // A reader of standard output that goes away shall not kill the client either: the block would
 // stay behind.
 void endOnSignals() {
+  for (int const each : {SIGINT, SIGTERM}) example::endOn(each, SA_RESTART);
   struct sigaction action = {};
-  action.sa_flags = SA_RESTART;
-  action.sa_handler = [](int) { endRequested = 1; };
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-  struct sigaction before;
-  sigaction(SIGHUP, nullptr, &before);
-  if (before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);  // nohup(1) keeps it alive
-  action.sa_handler = SIG_IGN;
-  sigaction(SIGPIPE, &action, nullptr);
-}
-
-void sleepUntilDue(int milliseconds) {
-  constexpr int kSlice = 100;  // how late a signal is seen that arrives just before the sleep
-  for (; milliseconds > 0 && endRequested == 0; milliseconds -= kSlice)
-    qzSleep(std::min(milliseconds, kSlice));
+  sigaction(SIGHUP, nullptr, &action);
+  if (action.sa_handler != SIG_IGN) example::endOn(SIGHUP, SA_RESTART);  // nohup(1) keeps it alive
+  (void)signal(SIGPIPE, SIG_IGN);
 }
 
 // --- options ---
