@@ -160,7 +160,7 @@ void add(std::vector<reading>& all, char const* source, entry const (&table)[siz
   if (known != nullptr) all.push_back({source, known->name, known->meaning});
 }
 
-bool isSignal(int number) { return number >= 1 && number <= 64; }
+bool isSignal(std::int64_t number) { return number >= 1 && number <= 64; }
 
 // Those of signal(7) whose action is to dump core.
 bool leavesCore(int number) {
@@ -207,7 +207,7 @@ std::vector<reading> readingsOf(int code) {
   if (code == 0) return {{"every system", "", "ended well"}};
   add(all, "shell", kShell, code);
   if (code > 128 && isSignal(code - 128)) all.push_back(signalReading("shell", code - 128));
-  if (code < 0 && isSignal(-code)) all.push_back(signalReading("Python's subprocess", -code));
+  if (isSignal(-std::int64_t{code})) all.push_back(signalReading("Python's subprocess", -code));
   add(all, "Windows", kWindows, static_cast<std::uint32_t>(code));
   add(all, "sysexits", kSysexits, code);
   if (code == -30000)

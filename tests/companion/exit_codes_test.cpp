@@ -43,6 +43,7 @@ TEST(ExitCodes, NamesEveryReadingOfANumber) {
   // A killed process leaves no core file, so 137 is no raw status; 129 to 192 are signals, no more.
   EXPECT_EQ(readingsOf(137).size(), 1U);
   EXPECT_TRUE(readingsOf(193).empty());
+  EXPECT_TRUE(readingsOf(std::numeric_limits<int>::min()).empty());  // which can't be negated
 }
 
 }  // namespace
