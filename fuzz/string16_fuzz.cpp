@@ -18,10 +18,9 @@ struct steps16 : string16_steps<_qzString<N>> {
     switch (what - base::kOwnSteps) {
       case 0: {
         auto const w = word();
-        int const count = in.below(w.size() + 1) + (in.coin() ? 65536 : 0);
+        int const count = base::countIn(w);
         is(S(static_cast<char const*>(w)), base::cutWord(w));
-        std::string const part = w.text.substr(0, unsigned(std::min(count & 0xFFFF, N)));
-        is(S(w, count), base::inUnits(part));
+        is(S(w, count), base::inUnits(base::cutAt(w, count)));
         char const c = base::character();
         is(S(c), Text(1, base::widened(c)));
         bool const equal = s == static_cast<char const*>(w);
@@ -78,19 +77,7 @@ struct steps16 : string16_steps<_qzString<N>> {
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
   fuzz_input in{bytes, size};
-  switch (in.byte() % 4) {
-    case 0:
-      runSteps<steps16<10>>(in);
-      break;
-    case 1:
-      runSteps<steps16<15>>(in);
-      break;
-    case 2:
-      runSteps<steps16<30>>(in);
-      break;
-    default:
-      runSteps<steps16<500>>(in);
-      break;  // longer than an 8-bit copy
-  }
+  // The last is longer than an 8-bit copy.
+  runOneOf<steps16<10>, steps16<15>, steps16<30>, steps16<500>>(in);
   return 0;
 }

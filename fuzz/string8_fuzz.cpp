@@ -12,21 +12,6 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
   using base::array, base::in, base::is, base::m, base::s, base::unit, base::word, base::cut;
   static constexpr int kOwnSteps = base::kOwnSteps + 11;
 
-  // A count that may be one for 16 bits too many.
-  int countIn(std::string const& text) {
-    return in.below(static_cast<int>(text.size()) + 1) + (in.coin() ? 65536 : 0);
-  }
-  static std::string taken(std::string const& text, int count) {
-    return text.substr(0, unsigned(std::min(count & 0xFFFF, N)));
-  }
-  static bool isNumber(std::string const& text) {
-    for (std::size_t i = 0; i < text.size(); ++i)
-      if ((text[i] < '0' || text[i] > '9') && !(i == 0 && text[i] == '-')) return false;
-    return true;
-  }
-  static std::string padded(std::string const& digits, unsigned least) {
-    return std::string(std::max<std::size_t>(digits.size(), least) - digits.size(), '0') + digits;
-  }
   static std::string hex(char const* format, unsigned value) {
     char text[16];
     std::snprintf(text, sizeof text, format, value);
@@ -82,7 +67,7 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
   }
   void readNumber() {
     std::string const shown = array().c_str();
-    bool const good = isNumber(m.text);
+    bool const good = base::isNumber();
     bool ok = !good, ok64 = !good;
     int const value = static_cast<int>(std::strtol(shown.c_str(), nullptr, 10));
     long long const value64 = std::strtoll(shown.c_str(), nullptr, 10);
@@ -106,10 +91,10 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
         break;
       }
       case 3:
-        s.addNr(small, least), m.put(padded(std::to_string(small), least));
+        s.addNr(small, least), m.put(base::padded(std::to_string(small), least));
         break;
       default:
-        s.addNr(value, least), m.put(padded(std::to_string(value), least));
+        s.addNr(value, least), m.put(base::padded(std::to_string(value), least));
         break;
     }
     is(S::fromNr(value), std::to_string(value).substr(0, unsigned(N)));
@@ -120,10 +105,10 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
     switch (what - base::kOwnSteps) {
       case 0: {
         auto const w = word();
-        int const count = countIn(w.text);
+        int const count = base::countIn(w);
         is(S(w), cut(w.text));
-        is(S(w, count), taken(w.text, count));
-        s.fromChar(w, count), m.text = taken(w.text, count);
+        is(S(w, count), base::cutAt(w, count));
+        s.fromChar(w, count), m.text = base::cutAt(w, count);
         break;
       }
       case 1:
@@ -192,19 +177,6 @@ struct steps8 : string8_steps<_qzString8_allSize<N>> {
 
 int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
   fuzz_input in{bytes, size};
-  switch (in.byte() % 4) {
-    case 0:
-      runSteps<steps8<6>>(in);
-      break;
-    case 1:
-      runSteps<steps8<7>>(in);
-      break;
-    case 2:
-      runSteps<steps8<25>>(in);
-      break;
-    default:
-      runSteps<steps8<200>>(in);
-      break;  // long enough for searches in blocks
-  }
+  runOneOf<steps8<6>, steps8<7>, steps8<25>, steps8<200>>(in);  // the last for searches in blocks
   return 0;
 }

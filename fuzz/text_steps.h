@@ -17,7 +17,7 @@ struct text_steps {
   using Text = typename Model::text_type;
   static constexpr int N = S::kCapacity;
   static constexpr auto upper = Model::upper, lower = Model::lower, same = Model::same;
-  static constexpr int kSharedSteps = 48;
+  static constexpr int kSharedSteps = 54;
 
   fuzz_input& in;
   std::unique_ptr<S> owner = std::make_unique<S>();  // on the heap, where its ends are watched
@@ -60,6 +60,11 @@ struct text_steps {
     if (shape == 255) text.resize(65536 + text.size(), 'b');
     return {text, exactly(text + '\0')};
   }
+  // A count of its bytes that may be one for 16 bits too many, and what a string takes of them.
+  int countIn(word_type const& w) { return in.below(w.size() + 1) + (in.coin() ? 65536 : 0); }
+  static std::string cutAt(word_type const& w, int count) {
+    return w.text.substr(0, unsigned(std::min(count & 0xFFFF, N)));
+  }
   // A string and its text; at times the string under test itself, which a step then changes.
   struct argument {
     std::unique_ptr<S> other;
@@ -101,8 +106,18 @@ struct text_steps {
     return text.substr(0, std::min<std::size_t>(low16(text.size()), N));
   }
   static Text cutWord(word_type const& w) { return cut(inUnits(w.text)); }
+  static Text zeros(std::string const& text) { return inUnits(text, widenedWithZeros); }
   // Without the capacity: the room cuts.
   static std::string low16(std::string const& text) { return text.substr(0, low16(text.size())); }
+
+  static std::string padded(std::string const& digits, unsigned least) {
+    return std::string(std::max<std::size_t>(digits.size(), least) - digits.size(), '0') + digits;
+  }
+  bool isNumber() const {
+    for (std::size_t i = 0; i < m.text.size(); ++i)
+      if ((m.text[i] < '0' || m.text[i] > '9') && !(i == 0 && m.text[i] == '-')) return false;
+    return true;
+  }
 
   // --- comparing ---
 
@@ -455,6 +470,41 @@ struct text_steps {
         s.remove(in.anyOrSmall<int>(), in.anyOrSmall<int>());
         s.clear(), m.text.clear();
         break;
+      case 48: {
+        auto const w = word();
+        s = w, m.text = cut(zeros(w.text));
+        break;
+      }
+      case 49: {
+        Unit const c = unit();
+        s = c, m.text = Text(1, static_cast<Unit>(c & 0xFF));
+        break;
+      }
+      case 50: {
+        auto const w = word();
+        s.add(w), m.put(zeros(low16(w.text)));
+        s.add(static_cast<char const*>(nullptr));
+        break;
+      }
+      case 51: {
+        auto const w = word();
+        int const width = in.anyOrSmall<int>();
+        s.addSpacingC(w, width), m.addColumn(zeros(low16(w.text)), width);
+        break;
+      }
+      case 52: {
+        auto const value = in.anyOrSmall<long long>();
+        auto const width = in.number<signed char>();
+        s.addNrSpacing(value, width), m.addColumn(zeros(std::to_string(value)), width);
+        break;
+      }
+      case 53: {
+        auto const w = word();
+        int const taken = in.below(w.size() + 1);
+        Text const needle = cut(inUnits(w.text.substr(0, unsigned(taken))));
+        expect(s.containsCaseSen(w, taken) == (m.find(needle, 0, same) >= 0));
+        break;
+      }
       default: {  // a text to begin with
         auto const a = string();
         if (a.other != nullptr) s = *a, m.text = a.otherText;
@@ -491,6 +541,13 @@ void runSteps(fuzz_input& in) {
     }
     steps.check();
   }
+}
+
+// The same for one of several strings; the input chooses which.
+template <class... Steps>
+void runOneOf(fuzz_input& in) {
+  int chosen = in.below(static_cast<int>(sizeof...(Steps)));
+  ((chosen-- == 0 ? runSteps<Steps>(in) : void()), ...);
 }
 
 #endif  // QZ_FUZZ_TEXT_STEPS_H_
