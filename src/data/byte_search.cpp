@@ -20,6 +20,19 @@ constexpr int kBlock = sizeof(block);
 constexpr int kWorthSampling = 16'384;
 constexpr int kSamples = 256;
 
+// Texts from a length on are looked for by grams of so many characters, which are numbered by so
+// many bits; but not in more data than a processor's caches hold, for out of memory all of it comes
+// faster in one stream.
+constexpr int kGram = 8;
+constexpr int kGramBits = 12;
+constexpr int kLongText = 48;
+constexpr int kMostSkipped = 4 << 20;
+// The probes are faster where more than one gram in so many bytes stands in the text as well. That
+// one costs as much as the comparison of so many characters.
+constexpr int kBytesPerCost = 512;
+constexpr int kCharactersPerCost = 8;
+constexpr int kFreeCosts = 32;
+
 int charactersOf(search_text const& text) { return viewOf(text).used(); }
 
 bool isAny(block hits) {
@@ -33,6 +46,14 @@ int placeOfFirst(block hits) {
   std::uint64_t const word = words[0] == 0 ? words[1] : words[0];
   bool const lowFirst = std::endian::native == std::endian::little;
   return skipped + (lowFirst ? std::countr_zero(word) : std::countl_zero(word)) / 8;
+}
+
+// The number of the gram that ends here, the same for letters of both cases. Others may share it.
+std::size_t gramTo(void const* last) {
+  std::uint64_t gram;
+  std::memcpy(&gram, static_cast<char const*>(last) - kGram + 1, sizeof gram);
+  constexpr std::uint64_t kCaseBits = 0x2020202020202020, kSpread = 0x9E3779B97F4A7C15;
+  return (gram | kCaseBits) * kSpread >> (64 - kGramBits);
 }
 
 // One character of the text as a test of sixteen ends. A byte matches if it is `lowest` once the
@@ -50,6 +71,9 @@ struct search {
   search_text const& lower;
   int count;
   probe probes[4];
+  bool usesGrams = false;
+  int costs = 0;                         // of the grams so far
+  std::uint8_t lastEnd[1 << kGramBits];  // the last place in the text at which a gram ends, or 0
 
   search(char const* data, int size, search_text const& upperText, search_text const& lowerText)
       : bytes(reinterpret_cast<unsigned char const*>(data)),
@@ -59,8 +83,17 @@ struct search {
         count(charactersOf(upperText)) {
     if (span < kWorthSampling)
       for (int i = 0; i < 4; ++i) probes[i] = probeAt((count - 1) * i / 3);
+    else if (count >= kLongText && span <= kMostSkipped)
+      noteGrams();
     else
       probeRareCharacters();
+  }
+
+  void noteGrams() {
+    usesGrams = true;
+    std::memset(lastEnd, 0, sizeof lastEnd);
+    for (int end = kGram - 1; end < count; ++end)
+      lastEnd[gramTo(upper.data + end)] = static_cast<std::uint8_t>(end);
   }
 
   probe probeAt(int i) const {
@@ -124,6 +157,24 @@ struct search {
     return end;
   }
 
+  // The same by the gram that ends at a place: one that the text does not have leads over nearly
+  // its whole length. These jumps have a loop of their own, so that the processor, which foresees
+  // them, fetches the next places before it knows what stands at this one. The probes take over for
+  // good once too many grams were known.
+  int nextEndByGrams(int end) {
+    for (int const far = count - kGram + 1;;) {
+      int known = 0;
+      while (end < span && (known = lastEnd[gramTo(bytes + end)]) == 0) end += far;
+      if (end >= span) return span;
+      if (++costs > end / kBytesPerCost + kFreeCosts) break;
+      if (known == count - 1) return end;
+      end += count - 1 - known;
+    }
+    usesGrams = false;
+    probeRareCharacters();
+    return nextEnd(end);
+  }
+
   // Whether the character so far from the end of the text can stand at this distance from `end`.
   bool matches(int distance, int end) const {
     char const byte = static_cast<char>(bytes[end - distance]);
@@ -138,16 +189,19 @@ struct search {
     return same;
   }
 
-  int run() const {
+  int run() {
+    auto const next = [this](int end) { return usesGrams ? nextEndByGrams(end) : nextEnd(end); };
     // Between two jumps the places are passed at which a comparison must fail. No table leads over
     // a match, so neither they nor this change what is found. And a search that meets nothing, or
     // at once a match, never looks into the tables.
-    int end = nextEnd(count - 1);
+    int end = next(count - 1);
     if (end < span && matchesAt(end) < count) {
       search_tables const tables = makeSearchTables(upper, lower);
-      for (int same; end < span && (same = matchesAt(end)) < count;)
-        end = nextEnd(
+      for (int same; end < span && (same = matchesAt(end)) < count;) {
+        costs += same / kCharactersPerCost;
+        end = next(
             end + std::max(tables.badCharacter[bytes[end - same]] - same, tables.goodSuffix[same]));
+      }
     }
     return end < span ? end - count + 1 : -1;
   }

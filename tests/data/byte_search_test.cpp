@@ -16,9 +16,11 @@ static std::string uppered(std::string text) {
   for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
   return text;
 }
-static std::string make(std::size_t count) {  // of a small alphabet, or with a period
-  std::string text(count, 0), alphabets[] = {"a", "aB", "aaaaab", "abAB", {"\0a\xff", 3}, "az[{@`"};
-  std::string const& alphabet = alphabets[below(6)];
+static std::string make(std::size_t count) {  // mostly of a small alphabet, or with a period
+  std::string text(count, 0), every(256, 0);
+  for (char next = 0; char& c : every) c = next++;
+  std::string const alphabets[] = {"a", "aB", "aaaaab", "abAB", {"\0a\xff", 3}, "az[{@`", every};
+  std::string const& alphabet = alphabets[below(7)];
   std::size_t const period = below(2) == 0 ? count : 1 + below(7);
   for (std::size_t i = 0; i < count; ++i)
     text[i] = i < period ? alphabet[below(alphabet.size())] : text[i - period];
@@ -47,8 +49,9 @@ TEST(ByteSearch, TablesAreThoseByTrial) {  // Required
 
 TEST(ByteSearch, FindsWhatAPlainSearchFinds) {
   for (int round = 0; round < 40000; ++round) {
-    std::string data = make(below(round % 1000 == 0 ? 40000 : round % 10 == 0 ? 700 : 150));
-    std::string text = make(1 + below(round % 10 == 0 ? 250 : 12));
+    bool const much = round % 101 == 0, more = much || round % 10 == 0;
+    std::string data = make(below(much ? 40000 : more ? 700 : 150));
+    std::string text = make(1 + below(more ? 250 : 12));
     if (data.size() >= text.size() && round % 3 != 0) {  // put it there, or nearly, or at the end
       auto const end = data.size() - text.size(), at = round % 7 == 0 ? end : below(end + 1);
       data.replace(at, text.size(), text);
@@ -59,6 +62,20 @@ TEST(ByteSearch, FindsWhatAPlainSearchFinds) {
               folded = qz::detail::findBytesIgnCase(held.data(), place(held.size()), textOf(text));
     ASSERT_EQ(exact, place(data.find(text))) << text << " in " << data;
     ASSERT_EQ(folded, place(uppered(data).find(uppered(text)))) << text << " in " << data;
+  }
+}
+
+TEST(ByteSearch, FindsALongTextAtEveryPlace) {  // however far the jumps in front of it lead
+  std::string plain(20000, 0), text(50, 0);
+  for (char& c : plain) c = static_cast<char>(below(256));
+  for (char& c : text) c = static_cast<char>('A' + below(26));
+  for (std::size_t at = 0; at < 100; ++at) {
+    std::string data = plain;
+    data.replace(at, text.size(), text);
+    EXPECT_EQ(qz::detail::findBytes(data.data(), place(data.size()), textOf(text)), place(at));
+    data[at] = static_cast<char>(data[at] | 0x20);
+    EXPECT_EQ(qz::detail::findBytesIgnCase(data.data(), place(data.size()), textOf(text)),
+              place(at));
   }
 }
 
