@@ -4,6 +4,8 @@
 Usage: bench/performance_page.py table FILE...   prints the results in the files
        bench/performance_page.py page FOLDER     writes docs/performance.md and docs/figures/
                                                  from all results in the folder
+       bench/performance_page.py compare FOLDER  compares them with the committed page and fails
+                                                 if a ratio changed sides
 
 A file of results is named after its group. *.json is Google Benchmark's: the counter
 "median ns" is our time and every other counter the ratio to the rival of that name. Lines of
@@ -266,13 +268,16 @@ def write_plots(results, figures):
     return lines
 
 
+def result_files(folder):
+    return sorted(os.path.join(folder, file) for file in os.listdir(folder)
+                  if file.endswith((".json", ".tsv")))
+
+
 def write_page(folder, aims):
-    results = []
-    files = [f for f in os.listdir(folder) if f.endswith((".json", ".tsv"))]
-    for file in sorted(files):
-        results += read(os.path.join(folder, file))
+    files = result_files(folder)
+    results = [result for file in files for result in read(file)]
     compiler, flags = compiler_and_flags(os.path.dirname(folder))
-    newest = max(os.path.getmtime(os.path.join(folder, file)) for file in files)
+    newest = max(os.path.getmtime(file) for file in files)
     figures = os.path.join(PROJECT, "docs", "figures")
     os.makedirs(figures, exist_ok=True)
     lines = [
@@ -282,7 +287,9 @@ def write_page(folder, aims):
             "instead: the ratio of our median to its median within one run, in which both took "
             "turns. Below 1 means ahead. An aim stands in brackets (`bench/aims.txt`); one that "
             "begins with \"ours\" limits our own figure. A ratio that misses its aim is **bold**. "
-            "Times depend on the machine and on what else it does, ratios much less.", 100), "",
+            "Times depend on the machine and on what else it does, ratios much less. On another "
+            "machine `scripts/bench`, then `scripts/bench --compare`, names the cases that are "
+            "ahead of a rival there and behind it here, or the reverse.", 100), "",
         f"- Processor: {processor()}",
         f"- System: Linux {os.uname().release}",
         f"- Compiler: {compiler}",
@@ -303,11 +310,48 @@ def write_page(folder, aims):
         file.write("\n".join(lines).rstrip() + "\n")
 
 
+# --- the page beside another run ---
+
+
+def ratios_of_page(text):
+    """The ratios on the page by group, case and rival."""
+    ratios, group = {}, ""
+    for line in text.splitlines():
+        group = (re.findall(r'^## <a id="(\w+)">', line) or [group])[0]
+        row = re.fullmatch(r"\| `(.*)` \| [^|]* \| (.*) \|", line)
+        for cell in row[2].split(" · ") if row else []:
+            rival, ratio = re.match(r"(.*?) \**([\d.]+)\**(?: \(≤.*)?$", cell).groups()
+            ratios[group, row[1], rival] = float(ratio)
+    return ratios
+
+
+def compare(folder):
+    page = ratios_of_page(command_output("git", "-C", PROJECT, "show", "HEAD:docs/performance.md"))
+    now = {(r.group, r.case, rival): r.ratio(rival)
+           for file in result_files(folder) for r in read(file) for rival in r.rivals}
+    both = [key for key in now if key in page]
+    if not both:
+        print("there are no results of a case on the page: measure first")
+        return 2
+    # Within a twentieth of even, which side a ratio is on is left to chance.
+    changed = [key for key in both
+               if min(page[key], now[key]) < 0.95 and max(page[key], now[key]) > 1.05]
+    for group, case, rival in changed:
+        print(f"{group} {case}, beside {rival}: {ratio_text(page[group, case, rival])} on the page, "
+              f"now {ratio_text(now[group, case, rival])}")
+    apart = sorted(max(page[key] / now[key], now[key] / page[key]) - 1 for key in both)
+    print(f"{len(both)} ratios, {len(changed) or 'none'} changed sides; "
+          f"9 in 10 within {apart[len(apart) * 9 // 10]:.0%}")
+    return 1 if changed else 0
+
+
 def main(words):
     if len(words) >= 2 and words[0] == "table":
         print_table(words[1:], Aims())
     elif len(words) == 2 and words[0] == "page":
         write_page(os.path.abspath(words[1]), Aims())
+    elif len(words) == 2 and words[0] == "compare":
+        return compare(words[1])
     else:
         print(__doc__)
         return 0 if words in (["-h"], ["--help"]) else 2
