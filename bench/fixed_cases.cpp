@@ -159,6 +159,14 @@ fixed_case const kCases[] = {
        int place = in.buffer.indexOf(in.word, 0) + in.buffer.indexOfIgnCase(in.number, 0);
        seen(place);
      }},
+    {"skips", 100,
+     [](input& in) {
+       auto const* bytes = reinterpret_cast<char const*>(in.bytes.data());
+       auto const count = static_cast<int>(in.bytes.size());
+       int place = qz::detail::findBytes(bytes, count, in.text) +
+                   qz::detail::findBytesIgnCase(bytes, count, in.text);
+       seen(place);
+     }},
     {"time", 1000,
      [](input& in) {
        auto text = _qzTime(1'794'802'077LL, true).asQZ8StringMt();
