@@ -62,10 +62,7 @@ struct string16_members : text_members<Self, unsigned short> {
     appendWidenedWithSign(slotOf(*this), text);
     return selfOf(*this);
   }
-  Self& operator+=(char const& c) {
-    appendUnit(slotOf(*this), unit_rules<unit>::widened(c));
-    return selfOf(*this);
-  }
+  Self& operator+=(char const& c) { return *this += unit_rules<unit>::widened(c); }
   Self operator+(char const& c) const {
     Self sum = selfOf(*this);
     sum += c;

@@ -136,8 +136,7 @@ struct _qzString8_allSize : qz::detail::string8_members<_qzString8_allSize<N>> {
   using members::operator+=;
   // Appends the low byte of the unit.
   _qzString8_allSize& operator+=(unsigned short const& wideUnit) {
-    appendUnit(slotOf(*this), qz::detail::lowByte(wideUnit));
-    return *this;
+    return *this += qz::detail::lowByte(wideUnit);
   }
 
   // --- numbers; see number_core.h for the rules ---

@@ -153,12 +153,20 @@ void appendColumn(text_slot<Unit> text, Unit const* source, int width);
 template <class Unit>
 void appendColumnInRoom(text_slot<Unit> text, char const* source, int width);
 
+// `units` is an array or a pointer. Through the array itself the compiler sees that no unit can be
+// the length, and keeps that in a register while a loop appends; through a pointer it cannot.
+template <class Units, class Unit>
+inline void appendUnitTo(Units& units, unsigned short& lengthField, int capacity, Unit unit) {
+  unsigned end = lengthField;
+  if (end < static_cast<unsigned>(capacity)) {
+    units[end++] = unit;
+    units[end] = 0;
+  }
+  lengthField = static_cast<unsigned short>(end);
+}
 template <class Unit>
 inline void appendUnit(text_slot<Unit> text, Unit unit) {
-  int const end = text.lengthField();
-  if (end >= text.capacity) return;
-  text.units[end] = unit;
-  text.setUsedAndEnd(end + 1);
+  appendUnitTo(text.units, text.lengthField(), text.capacity, unit);
 }
 
 // --- between 8 and 16 bits (text_width.cpp) ---

@@ -81,8 +81,9 @@ struct text_members {
   // --- appending ---
 
   Self& operator+=(Unit const& c) {
-    appendUnit(slotOf(*this), c);
-    return selfOf(*this);
+    Self& self = selfOf(*this);
+    appendUnitTo(self.data, self.length, Self::kCapacity, c);
+    return self;
   }
   // Reads the end of `other` again after each unit: `s += s` repeats the text until s is full.
   Self& operator+=(Self const& other) {
@@ -91,7 +92,7 @@ struct text_members {
   }
   Self operator+(Unit const& c) const {
     Self sum = selfOf(*this);
-    appendUnit(slotOf(sum), c);
+    sum += c;
     return sum;
   }
   // The length of `other` is taken once: `s + s` is the text twice.
