@@ -21,49 +21,37 @@ int writeDecimal(char (&text)[24], Number value) {
   return static_cast<int>(end - text);
 }
 
-// A text that passes the check is read on the way; what `read` would saturate, and what has no
-// terminator behind the text, is left to it.
-template <class Read>
-auto readChecked(unit_run<char> text, bool* ok, Read read) -> decltype(read(text.units)) {
-  if (ok != nullptr) {
-    constexpr int kSafeCount = 19;
-    bool const negative = text.count > 0 && text.units[0] == '-';
-    unsigned long long value = 0;
-    for (int i = negative; i < text.count; ++i) {
-      unsigned const digit = static_cast<unsigned>(text.units[i]) - '0';
-      if (digit > 9) {
-        *ok = false;
-        return 0;
-      }
-      value = value * 10 + digit;
-    }
-    *ok = true;
-    if (text.count < kSafeCount && text.units[text.count] == 0) {
-      auto const number = static_cast<long long>(value);
-      return static_cast<decltype(read(text.units))>(negative ? -number : number);
-    }
-  }
-  return read(text.units);
-}
-
 constexpr int kAllHexDigits = 8;
 
-// All capital digits.
-struct hex_text {
-  char text[kAllHexDigits];
+// All capital digits, the first one in the lowest byte.
+std::uint64_t hexDigits(unsigned value) {
+  using words [[gnu::vector_size(16)]] = unsigned;
+  using lanes [[gnu::vector_size(16)]] = signed char;
+  constexpr unsigned kHalves = 0x0F0F0F0F;
+  unsigned const bytes = __builtin_bswap32(value);  // the first digits to the first byte
+  auto const firsts = reinterpret_cast<lanes>(words{bytes >> 4 & kHalves});
+  auto const seconds = reinterpret_cast<lanes>(words{bytes & kHalves});
+  lanes digits = __builtin_shufflevector(firsts, seconds, 0, 16, 1, 17, 2, 18, 3, 19,  //
+                                         4, 20, 5, 21, 6, 22, 7, 23);
+  digits += (digits > 9) & ('A' - '9' - 1);
+  digits += '0';
+  std::uint64_t text;
+  std::memcpy(&text, &digits, sizeof text);
+  return text;
+}
 
-  explicit hex_text(unsigned value) {
-    // Spreads the digits over eight bytes, and then makes characters of all of them at once.
-    std::uint64_t bytes = value;
-    bytes = (bytes << 16 | bytes) & 0x0000FFFF0000FFFF;
-    bytes = (bytes << 8 | bytes) & 0x00FF00FF00FF00FF;
-    bytes = (bytes << 4 | bytes) & 0x0F0F0F0F0F0F0F0F;
-    auto const letters = (bytes + 0x0606060606060606) >> 4 & 0x0101010101010101;
-    bytes += 0x3030303030303030 + letters * ('A' - '9' - 1);
-    bytes = __builtin_bswap64(bytes);  // the first digit to the first byte
-    std::memcpy(text, &bytes, sizeof text);
-  }
-};
+// What of the digits fits, where that is not all of them.
+[[gnu::noinline]] void appendSomeHex(text_slot<char> text, unsigned value, int minDigits,
+                                     int mostKept) {
+  int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
+  int const fitting = std::min(digits, text.capacity);
+  int const kept = std::min(fitting, mostKept);
+  int const start = text.used();
+  int const count = std::min(kept, text.capacity - start);
+  std::uint64_t shown = hexDigits(value) >> (kAllHexDigits - digits + fitting - kept) * 8;
+  for (int i = 0; i < count; ++i, shown >>= 8) text.units[start + i] = static_cast<char>(shown);
+  text.setUsedAndEnd(start + count);
+}
 
 void appendDigits(text_slot<char> text, unit_run<char> digits) { append(text, digits); }
 void appendDigits(text_slot<unsigned short> text, unit_run<char> digits) {
@@ -119,18 +107,13 @@ void appendDecimalPadded(text_slot<unsigned short> text, long long value, int mi
 
 void appendHex(text_slot<char> text, int number, int minDigits, int mostKept) {
   auto const value = static_cast<unsigned>(number);
-  int const digits = std::max(static_cast<int>(std::bit_width(value) + 3) / 4, minDigits);
-  int const fitting = std::min(digits, text.capacity);
-  int const kept = std::min(fitting, mostKept);
-  hex_text const all(value);
   int const start = text.used();
-  int const count = std::min(kept, text.capacity - start);
-  char const* const shown = all.text + kAllHexDigits - digits + fitting - kept;
-  if (count == kAllHexDigits)  // by far the most, and a single store
-    std::memcpy(text.units + start, shown, kAllHexDigits);
-  else
-    copyUnits(text.units + start, shown, count);
-  text.setUsedAndEnd(start + count);
+  if (minDigits < kAllHexDigits || mostKept < kAllHexDigits ||
+      text.capacity - start < kAllHexDigits)
+    return appendSomeHex(text, value, minDigits, mostKept);
+  std::uint64_t const digits = hexDigits(value);  // by far the most, and a single store
+  std::memcpy(text.units + start, &digits, kAllHexDigits);
+  text.setUsedAndEnd(start + kAllHexDigits);
 }
 
 template <class Unit>
@@ -142,7 +125,13 @@ bool isNumber(unit_run<Unit> text) {
   return true;
 }
 
-int toInt(text_view<char> text, bool* ok) { return readChecked(text.run(), ok, std::atoi); }
+long long readAnyNumber(unit_run<char> text, bool* ok) {
+  if (ok != nullptr) {
+    *ok = isNumber(text);
+    if (!*ok) return 0;
+  }
+  return std::atoll(text.units);
+}
 
 int toInt(text_view<unsigned short> text, bool* ok) {
   if (ok != nullptr) {
@@ -152,10 +141,6 @@ int toInt(text_view<unsigned short> text, bool* ok) {
   char digits[250];
   narrowInto(digits, sizeof digits - 1, text);
   return std::atoi(digits);
-}
-
-long long toInt64(text_view<char> text, bool* ok) {
-  return readChecked(text.run(), ok, std::atoll);
 }
 
 long long toIntFromHex(text_slot<char> text, char* copy, int bits, bool signedValue, bool consume,

@@ -40,9 +40,33 @@ bool isNumber(unit_run<Unit> text);
 
 // With `ok`, `*ok` tells whether the text is a number, and the result is 0 if not. 8-bit texts must
 // have a terminator; of 16-bit texts 249 units are read.
+long long toInt64(text_view<char> text, bool* ok);
 int toInt(text_view<char> text, bool* ok);
 int toInt(text_view<unsigned short> text, bool* ok);
-long long toInt64(text_view<char> text, bool* ok);
+
+// The same for every text, a very long one and one without a terminator among them.
+long long readAnyNumber(unit_run<char> text, bool* ok);
+
+// What has its terminator, and few enough digits to fit, is checked and read in one pass. The
+// terminator ends the loop, also where the text is empty; what else is not a digit ends it too
+// soon. Inline, since a call costs as much as reading a short number.
+inline long long toInt64(text_view<char> text, bool* ok) {
+  constexpr int kSafeCount = 18;
+  int const count = text.used();
+  if (ok == nullptr || count > kSafeCount || text.units[count] != 0)
+    return readAnyNumber(text.run(), ok);
+  char const* at = text.units;
+  bool const negative = *at == '-';
+  if (negative) ++at;
+  long long value = 0;
+  for (unsigned digit; (digit = static_cast<unsigned>(*at) - '0') <= 9; ++at)
+    value = value * 10 + digit;
+  *ok = at == text.units + count;
+  if (!*ok) return 0;
+  return negative ? -value : value;
+}
+// As atoi(3), of a number that is too large the low bits.
+inline int toInt(text_view<char> text, bool* ok) { return static_cast<int>(toInt64(text, ok)); }
 
 // Reads the field at the front of `text` out of `copy`, a copy of its characters with room for the
 // capacity and a terminator, which is written to.
