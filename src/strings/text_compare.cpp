@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "strings/text_core.h"
+#include "strings/unit_blocks.h"
 #include "strings/unit_folds.h"
 
 namespace qz::detail {

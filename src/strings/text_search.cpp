@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <type_traits>
-#include <utility>
 
 #include "strings/text_core.h"
+#include "strings/unit_blocks.h"
 #include "strings/unit_folds.h"
 
 namespace qz::detail {
@@ -22,53 +19,6 @@ auto folded(Unit unit) {
   };
 }
 
-// Sixteen bytes of units, on which operators work lane by lane and wrap around.
-template <class Unit>
-struct block_of {
-  using lane = std::make_unsigned_t<Unit>;
-  using lanes [[gnu::vector_size(16)]] = lane;
-  static constexpr int kLanes = 16 / sizeof(Unit);
-  using lane_numbers = std::make_index_sequence<kLanes>;
-
-  static lanes filledWith(lane value) { return value - lanes{}; }
-
-  template <class Fold>
-  static lanes load(Unit const* units, Fold fold) {
-    lane folded[kLanes];
-    for (int i = 0; i < kLanes; ++i) folded[i] = static_cast<lane>(fold(units[i]));
-    lanes block;
-    std::memcpy(&block, folded, sizeof block);
-    return block;
-  }
-
-  // For what a comparison of two blocks gives.
-  template <class Lanes>
-  static bool anySet(Lanes set) {
-    std::uint64_t words[2];
-    std::memcpy(words, &set, sizeof words);
-    return (words[0] | words[1]) != 0;
-  }
-
-  // Each lane goes to the one `Distance` further up, and zeros come in below.
-  template <int Distance, std::size_t... Lane>
-  static lanes movedUp(lanes block, std::index_sequence<Lane...>) {
-    return __builtin_shufflevector(lanes{}, block, (kLanes - Distance + Lane)...);
-  }
-  // Each lane becomes the sum of itself and all lanes before it: of up to 2 lanes after the first
-  // step, of up to 4 after the second, and so on.
-  static lanes runningSums(lanes block) {
-    block += movedUp<1>(block, lane_numbers{});
-    block += movedUp<2>(block, lane_numbers{});
-    block += movedUp<4>(block, lane_numbers{});
-    if constexpr (kLanes > 8) block += movedUp<8>(block, lane_numbers{});
-    return block;
-  }
-  template <std::size_t... Lane>
-  static lanes filledWithLast(lanes block, std::index_sequence<Lane...>) {
-    return __builtin_shufflevector(block, block, (kLanes - 1 + 0 * Lane)...);
-  }
-};
-
 template <class Unit, class Fold>
 int findForward(text_view<Unit> text, Unit wanted, int start, Fold fold) {
   using block = block_of<Unit>;
@@ -76,8 +26,10 @@ int findForward(text_view<Unit> text, Unit wanted, int start, Fold fold) {
   // Required: a start outside the text begins again at the front.
   int i = start >= 1 && start < count ? start : 0;
   auto const sought = block::filledWith(static_cast<typename block::lane>(wanted));
-  while (count - i >= block::kLanes && !block::anySet(block::load(text.units + i, fold) == sought))
-    i += block::kLanes;
+  for (; count - i >= block::kLanes; i += block::kLanes) {
+    auto const hits = block::load(text.units + i, fold) == sought;
+    if (block::anySet(hits)) return i + block::firstSet(hits);
+  }
   for (; i < count; ++i)
     if (fold(text.units[i]) == wanted) return i;
   return -1;
@@ -98,14 +50,13 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   int const last = text.count - needle.count;
   if (needle.count == 0 || start > last) return -1;
   int position = last == 0 ? 0 : start;
-  auto const weigh = [&](int i) { return static_cast<lane>(foldText(text.units[i])); };
-  auto const foldedNeedle = [&](int i) {
-    return static_cast<lane>(foldNeedle(unitOf<Unit>(needle.units[i])));
-  };
+  // A match looks the same to the filter, whose fold is the cheapest one.
+  auto const filter = filterOf(foldText);
+  auto const weigh = [&](auto unit) { return static_cast<lane>(filter(unitOf<Unit>(unit))); };
 
   lane missing = 0;  // what the span at `position` lacks in the sum of the needle
   for (int i = 0; i < needle.count; ++i)
-    missing = static_cast<lane>(missing + foldedNeedle(i) - weigh(position + i));
+    missing = static_cast<lane>(missing + weigh(needle.units[i]) - weigh(text.units[position + i]));
   auto const matchesAt = [&](int i) {
     return allSame(text.units + i, needle.units, needle.count, foldText, foldNeedle);
   };
@@ -116,12 +67,12 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   // 1 + i has more than the one at `position`; it is a hit where that is just what was missing.
   // With the first unit of the needle as a second filter there is hardly a block to look into.
   auto missingInBlock = block::filledWith(missing);
-  auto const first = block::filledWith(foldedNeedle(0));
+  auto const first = block::filledWith(weigh(needle.units[0]));
   for (; last - position >= block::kLanes; position += block::kLanes) {
     Unit const* const span = text.units + position;
-    auto const gained = block::runningSums(block::load(span + needle.count, foldText) -
-                                           block::load(span, foldText));
-    auto const hits = (gained == missingInBlock) & (block::load(span + 1, foldText) == first);
+    auto const gained =
+        block::runningSums(block::load(span + needle.count, filter) - block::load(span, filter));
+    auto const hits = (gained == missingInBlock) & (block::load(span + 1, filter) == first);
     if (block::anySet(hits))
       for (int i = 0; i < block::kLanes; ++i)
         if (hits[i] != 0 && matchesAt(position + i + 1)) return position + i + 1;
@@ -129,7 +80,8 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   }
   // The rest, one at a time.
   for (missing = missingInBlock[0]; position < last; ++position) {
-    missing = static_cast<lane>(missing - weigh(position + needle.count) + weigh(position));
+    missing = static_cast<lane>(missing - weigh(text.units[position + needle.count]) +
+                                weigh(text.units[position]));
     if (missing == 0 && matchesAt(position + 1)) return position + 1;
   }
   return -1;
@@ -144,10 +96,10 @@ int findUnit(text_view<Unit> text, Unit unit, int start) {
 
 template <class Unit>
 int findUnitFolded(text_view<Unit> text, Unit unit, int start) {
-  Unit const upper = unit_rules<Unit>::upper(unit);
+  Unit const lower = unit_rules<Unit>::lower(unit);
   // What is no letter, as most delimiters, has one form only.
-  if (unit_rules<Unit>::lower(upper) == upper) return findUnit(text, upper, start);
-  return findForward(text, upper, start, to_upper{});
+  if (unit_rules<Unit>::upper(lower) == lower) return findUnit(text, lower, start);
+  return findForward(text, lower, start, to_lower_or_more{});
 }
 
 template <class Unit>
