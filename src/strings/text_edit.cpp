@@ -100,11 +100,22 @@ bool isTrimmed(Unit unit) {
   return unit == 0 || unit == '\t' || unit == '\n' || unit == '\r' || unit == ' ';
 }
 
+// Fills the zeroed string `piece` of the same capacity as the text that the units are the front of.
+template <class Unit>
+void fillPiece(text_slot<Unit> piece, unit_run<Unit> front) {
+  // A word, as most pieces are: more than that is copied in one step and zeroed again in another.
+  constexpr int kWord = 16;
+  if (front.count > kWord || piece.capacity < 2 * kWord) return assign(piece, front);
+  std::memcpy(piece.units, front.units, kWord * sizeof(Unit));
+  std::memset(piece.units + front.count, 0, kWord * sizeof(Unit));
+  piece.setUsed(front.count);
+}
+
 // Fills the empty string `piece` with what stands before the `unit` at `position`.
 template <class Unit>
 void takeBefore(text_view<Unit> text, int position, Unit unit, bool keep, text_slot<Unit> piece) {
   if (position > 0) {
-    assign(piece, unit_run<Unit>{text.units, position + (keep ? 1 : 0)});
+    fillPiece(piece, unit_run<Unit>{text.units, position + (keep ? 1 : 0)});
   } else if (!keep) {
     // Required: at position 0 the sense of `keep` is reversed, and the argument's own case counts.
     assign(piece, unit_run<Unit>{&unit, 1});
