@@ -1,21 +1,21 @@
 #include "data/byte_search.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <numeric>
 
 #include "strings/text_core.h"
+#include "strings/unit_blocks.h"
 
 namespace qz::detail {
 namespace {
 
 // Sixteen bytes that are tested at once; a compiler without vector registers takes them apart.
-using block [[gnu::vector_size(16)]] = unsigned char;
-constexpr int kBlock = sizeof(block);
+using blocks = block_of<char>;
+using block = blocks::lanes;
+constexpr int kBlock = blocks::kLanes;
 // From this size on the time for a look at the data is well spent.
 constexpr int kWorthSampling = 16'384;
 constexpr int kSamples = 256;
@@ -34,19 +34,6 @@ constexpr int kCharactersPerCost = 8;
 constexpr int kFreeCosts = 32;
 
 int charactersOf(search_text const& text) { return viewOf(text).used(); }
-
-bool isAny(block hits) {
-  auto const words = std::bit_cast<std::array<std::uint64_t, 2>>(hits);
-  return (words[0] | words[1]) != 0;
-}
-
-int placeOfFirst(block hits) {
-  auto const words = std::bit_cast<std::array<std::uint64_t, 2>>(hits);
-  int const skipped = words[0] == 0 ? 8 : 0;
-  std::uint64_t const word = words[0] == 0 ? words[1] : words[0];
-  bool const lowFirst = std::endian::native == std::endian::little;
-  return skipped + (lowFirst ? std::countr_zero(word) : std::countl_zero(word)) / 8;
-}
 
 // The number of the gram that ends here, the same for letters of both cases. Others may share it.
 std::size_t gramTo(void const* last) {
@@ -141,17 +128,17 @@ struct search {
       int const places[] = {end, end + kBlock, end + 2 * kBlock, end + 3 * kBlock};
       block a = endsBy<0>(places[0]), b = endsBy<0>(places[1]);
       block c = endsBy<0>(places[2]), d = endsBy<0>(places[3]);
-      if (!isAny((a | b) | (c | d))) continue;
+      if (!blocks::anySet((a | b) | (c | d))) continue;
       a &= endsBy<2>(places[0]), b &= endsBy<2>(places[1]);
       c &= endsBy<2>(places[2]), d &= endsBy<2>(places[3]);
-      if (isAny(a)) return places[0] + placeOfFirst(a);
-      if (isAny(b)) return places[1] + placeOfFirst(b);
-      if (isAny(c)) return places[2] + placeOfFirst(c);
-      if (isAny(d)) return places[3] + placeOfFirst(d);
+      if (blocks::anySet(a)) return places[0] + blocks::firstSet(a);
+      if (blocks::anySet(b)) return places[1] + blocks::firstSet(b);
+      if (blocks::anySet(c)) return places[2] + blocks::firstSet(c);
+      if (blocks::anySet(d)) return places[3] + blocks::firstSet(d);
     }
     for (; span - end >= kBlock; end += kBlock) {
       block const hits = endsBy<0>(end) & endsBy<2>(end);
-      if (isAny(hits)) return end + placeOfFirst(hits);
+      if (blocks::anySet(hits)) return end + blocks::firstSet(hits);
     }
     while (end < span && !matches(0, end)) ++end;
     return end;

@@ -50,7 +50,8 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   int const last = text.count - needle.count;
   if (needle.count == 0 || start > last) return -1;
   int position = last == 0 ? 0 : start;
-  // A match looks the same to the filter, whose fold is the cheapest one.
+  // A match looks the same to the filter, whose fold is the cheapest one that takes for the same
+  // what either of the two does.
   auto const filter = filterOf(foldText);
   auto const weigh = [&](auto unit) { return static_cast<lane>(filter(unitOf<Unit>(unit))); };
 

@@ -2,6 +2,7 @@
 #ifndef QZ_STRINGS_UNIT_BLOCKS_H_
 #define QZ_STRINGS_UNIT_BLOCKS_H_
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -34,20 +35,19 @@ struct block_of {
     return block;
   }
 
-  // For what a comparison of two blocks gives.
   template <class Lanes>
   static bool anySet(Lanes set) {
-    std::uint64_t words[2];
-    std::memcpy(words, &set, sizeof words);
+    auto const words = std::bit_cast<std::array<std::uint64_t, 2>>(set);
     return (words[0] | words[1]) != 0;
   }
-  // The number of the first lane that is set, of some that are.
+  // The number of the first lane that is not zero, of some that are not.
   template <class Lanes>
   static int firstSet(Lanes set) {
-    std::uint64_t words[2];
-    std::memcpy(words, &set, sizeof words);
-    int const bits = words[0] != 0 ? std::countr_zero(words[0]) : 64 + std::countr_zero(words[1]);
-    return bits / (8 * static_cast<int>(sizeof(Unit)));
+    auto const words = std::bit_cast<std::array<std::uint64_t, 2>>(set);
+    std::uint64_t const word = words[0] != 0 ? words[0] : words[1];
+    bool const lowFirst = std::endian::native == std::endian::little;
+    int const bits = lowFirst ? std::countr_zero(word) : std::countl_zero(word);
+    return (words[0] != 0 ? 0 : kLanes / 2) + bits / (8 * static_cast<int>(sizeof(Unit)));
   }
 
   // Each lane goes to the one `Distance` further up, and zeros come in below.
@@ -111,9 +111,13 @@ int sameCount(Unit const* a, Other const* b, int count, FoldA foldA, FoldB foldB
            !block::anySet((different(i) | different(i + kBlock)) |
                           (different(i + 2 * kBlock) | different(i + 3 * kBlock))))
       i += kLong;
-    while (i < last && !block::anySet(different(i))) i += kBlock;
+    for (; i < last; i += kBlock) {
+      auto const found = different(i);
+      if (block::anySet(found)) return i + block::firstSet(found);
+    }
     // The last block overlaps the one before, which spares going through the rest one by one.
-    if (i >= last && !block::anySet(different(last))) return count;
+    auto const found = different(last);
+    return block::anySet(found) ? last + block::firstSet(found) : count;
   }
   while (i < count && same(a[i], unitOf<Unit>(b[i]), foldA, foldB)) ++i;
   return i;
