@@ -1,4 +1,5 @@
 // The inspector beside a client's block: what it shows, and what it leaves alone.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -153,6 +154,88 @@ TEST_F(FrameBlock, DrainTakesTheMessagesOutOfABlockInOrder) {
   post(2);
   EXPECT_EQ(WEXITSTATUS(frame({"drain", "--yes"}).status), 1);
   EXPECT_EQ(+block().messageCount, 2);
+}
+
+// Nobody else has the messages any more, so they must come out somewhere.
+TEST_F(FrameBlock, DrainLosesNoMessageWhereItsOutputIsFull) {
+  post(2);
+  auto const full = frame({"drain", "--yes"}, [] { dup2(open("/dev/full", O_WRONLY), 1); });
+  EXPECT_EQ(WEXITSTATUS(full.status), 1);
+  EXPECT_NE(full.output.find("the messages were:\nerror, frame 8589934592"), std::string::npos)
+      << full.output;
+  EXPECT_EQ(+block().messageCount, 0);
+}
+
+TEST_F(FrameBlock, AsksOnATerminal) {
+  std::string const drain = "'" QZ_FRAME "' block drain --json; echo status $?";
+  for (auto const* answer : {"n\n", "\n", "yes\n"}) {
+    SCOPED_TRACE(answer);
+    post(2);
+    bool const isYes = answer[0] == 'y';
+    auto const shown = driver::onTerminal(drain, answer);
+    EXPECT_NE(shown.find("Take 2 messages out of the block? The client will not see them. [y/N]"),
+              std::string::npos)
+        << shown;
+    EXPECT_NE(shown.find(isYes ? "status 0" : "status 1"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("nothing was done") == std::string::npos, isYes) << shown;
+    EXPECT_EQ(shown.find("\"frame\": 8589934592") != std::string::npos, isYes) << shown;
+    EXPECT_EQ(+block().messageCount, isYes ? 0 : 2);
+  }
+}
+
+TEST_F(FrameBlock, WritesOnlyWhereItMay) {
+  auto const refused = [](char const* word, char const* words,
+                          std::function<void()> const& prepare = {}) {
+    SCOPED_TRACE(word);
+    auto const run = frame({word, "--yes"}, prepare);
+    EXPECT_EQ(WEXITSTATUS(run.status), 1);
+    EXPECT_NE(run.output.find(words), std::string::npos) << run.output;
+  };
+  refused("create", "no block was created: ");
+  refused("unlock", "the lock is free");
+  *memory.lockByte = 1;
+  refused("drain", "the block can't be locked: ");
+  *memory.lockByte = 0;
+  shmid_ds owned;
+  ASSERT_EQ(shmctl(segmentId(), IPC_STAT, &owned), 0);
+  owned.shm_perm.mode = 0444;
+  ASSERT_EQ(shmctl(segmentId(), IPC_SET, &owned), 0);
+  auto const withoutRight = [] { prctl(PR_CAPBSET_DROP, CAP_IPC_OWNER); };
+  for (auto const* word : {"drain", "unlock", "hold"})
+    refused(word, "the block can't be written: Permission denied", withoutRight);
+  leave();
+  ASSERT_EQ(shmctl(segmentId(), IPC_RMID, nullptr), 0);
+  for (auto const* word : {"drain", "unlock", "hold"})
+    refused(word, "no client keeps a block here (key 0x0078d311)");
+  ASSERT_NE(shmget(0x78D311, 40, IPC_CREAT | 0666), -1);
+  EXPECT_NE(frame({"show"}).output.find("32 bytes of data, too few"), std::string::npos);
+  refused("drain", "the block can't be locked: ");
+}
+
+TEST_F(FrameBlock, WatchTellsEachChangeOfABlockThatCreateMade) {
+  leave();
+  ASSERT_EQ(shmctl(segmentId(), IPC_RMID, nullptr), 0);
+  auto const next = [](driver::running_tool const& from) {
+    std::string line;
+    for (char one = 0; one != '\n' && read(from.output, &one, 1) == 1;) line += one;
+    return line;
+  };
+  auto const watcher = driver::startProgram(QZ_FRAME, {"block", "watch", "--interval", "20"});
+  EXPECT_NE(next(watcher).find("no block"), std::string::npos);
+  auto const creator = driver::startProgram(QZ_FRAME, {"block", "create", "--yes"});
+  std::string const held = next(creator);
+  std::string seen;
+  while (!seen.ends_with(", 0 messages, 1 attached, lock free\n"))
+    ASSERT_NE(seen = next(watcher), "");
+  EXPECT_EQ(driver::runTool({"5", "1", "3", "7"}).status, 0);
+  while (!seen.ends_with(", 1 messages, 1 attached, lock free\n"))
+    ASSERT_NE(seen = next(watcher), "");
+  ASSERT_EQ(shmctl(segmentId(), IPC_RMID, nullptr), 0);
+  auto const ended = driver::finish(creator);
+  EXPECT_EQ(WEXITSTATUS(ended.status), 1);
+  EXPECT_NE(ended.output.find("the block was removed"), std::string::npos) << ended.output;
+  kill(watcher.pid, SIGTERM);
+  EXPECT_EQ(driver::finish(watcher).status, 0);
 }
 
 TEST_F(FrameBlock, HoldKeepsTheMessagesOverTheClientsDeath) {

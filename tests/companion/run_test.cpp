@@ -166,6 +166,14 @@ TEST(FrameRun, PassesSignalsOnInEveryPhase) {
   });
 }
 
+// A group in the background that read from the terminal would be stopped.
+TEST(FrameRun, KeepsTheCommandFromATerminalsInput) {
+  driver::inOwnPidNamespace([] {
+    auto const shown = driver::onTerminal("'" QZ_FRAME "' run -- cat; echo status $?");
+    EXPECT_NE(shown.find("status 0"), std::string::npos) << shown;
+  });
+}
+
 TEST(FrameRun, PassesWordsOnUntouched) {
   scratch const place;
   place.addScript("check", "printf '<%s>' \"$@\"");

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -83,6 +84,21 @@ tool_run finish(running_tool const& tool) {
 
 tool_run runTool(arguments const& args, std::function<void()> const& prepare) {
   return finish(startTool(args, prepare));
+}
+
+std::string onTerminal(std::string const& command, std::string const& answer) {
+  int terminal = -1;
+  pid_t const pid = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (pid == 0) {
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(127);
+  }
+  EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+  std::string shown;
+  for (char one; read(terminal, &one, 1) == 1;) shown += one;
+  close(terminal);
+  reap(pid);
+  return shown;
 }
 
 void inOwnPidNamespace(std::function<void()> const& body, int orphans,

@@ -39,6 +39,10 @@ running_tool startTool(arguments const& args, std::function<void()> const& prepa
 tool_run finish(running_tool const& tool);
 tool_run runTool(arguments const& args, std::function<void()> const& prepare = {});
 
+// Runs a shell's command on a terminal of its own, types `answer` there, and returns what stands on
+// it in the end.
+std::string onTerminal(std::string const& command, std::string const& answer = "");
+
 // Runs `body` as process 1 of a PID namespace with a /proc and segments of its own. EXPECT failures
 // in it are printed and fail the calling test. `outside` runs meanwhile in a process that is a
 // member of the namespace without a parent in it, once for each orphan asked for.
