@@ -36,7 +36,8 @@ TEST(FrameExplain, ForetellsTheLinesOfTheCheck) {
     auto const told = nlohmann::json::parse(frame({"explain", "--json", code}).output);
     EXPECT_EQ(told["code"], std::atoi(code));
     EXPECT_EQ(told["isError"], std::string(code) != "0");
-    EXPECT_EQ(told.value("forgive", ""), std::string(code) == "0" ? "" : std::string("ignore=") + code);
+    EXPECT_EQ(told.value("forgive", ""),
+              std::string(code) == "0" ? "" : std::string("ignore=") + code);
     auto const text = frame({"explain", code}).output;
     ASSERT_FALSE(told["check"].empty());
     for (auto const& each : told["check"]) {
@@ -47,7 +48,8 @@ TEST(FrameExplain, ForetellsTheLinesOfTheCheck) {
     for (auto const& one : told["readings"])
       EXPECT_TRUE(has(text, one["meaning"].get<std::string>() + "\n")) << text;
   }
-  EXPECT_TRUE(has(frame({"explain", "0xC0000005"}).output, "-1073741819 = 3221225477 = 0xC0000005"));
+  EXPECT_TRUE(
+      has(frame({"explain", "0xC0000005"}).output, "-1073741819 = 3221225477 = 0xC0000005"));
   EXPECT_TRUE(has(frame({"explain", "200000"}).output, "nothing that systems agree on"));
 }
 
@@ -93,12 +95,14 @@ TEST(FrameReport, ListsWhatTheCheckWroteAndSumsItUpByCode) {
   std::string const good = driver::runTool({"0", "1", "3", "101"}).output;
   std::string const bad = driver::runTool({"139", "1", "4", "102"}).output;
   std::string const wrong = driver::runTool({"0", "1", "x", "7"}).output;
-  std::string const forgiven = driver::runTool({"211", "1", "3", "103", "none", "ignore=211"}).output;
+  std::string const forgiven =
+      driver::runTool({"211", "1", "3", "103", "none", "ignore=211"}).output;
   std::string const front = "[renderer] frame 101\n";
   // A line that is longer than what is read at once; and one that looks like a report's, cut off.
   std::string const longLine(3 << 20, '+');
   std::string const first = logs.add("first.log", front + good + longLine + "\n" + bad);
-  std::string const second = logs.add("second.log", forgiven + wrong + good.substr(0, good.size() / 2));
+  std::string const second =
+      logs.add("second.log", forgiven + wrong + good.substr(0, good.size() / 2));
 
   auto const table = frame({"report", first, logs.folder / "none.log", second});
   EXPECT_EQ(WEXITSTATUS(table.status), 1);
@@ -116,9 +120,8 @@ TEST(FrameReport, ListsWhatTheCheckWroteAndSumsItUpByCode) {
        })
     EXPECT_TRUE(has(table.output, row)) << row << '\n' << table.output;
 
-  auto const lines = frame({"report", "--json"}, [&] {
-    dup2(open(first.c_str(), O_RDONLY), STDIN_FILENO);
-  });
+  auto const lines =
+      frame({"report", "--json"}, [&] { dup2(open(first.c_str(), O_RDONLY), STDIN_FILENO); });
   EXPECT_EQ(lines.status, 0);
   std::istringstream rows(lines.output);
   std::string row;
@@ -136,6 +139,16 @@ TEST(FrameReport, ListsWhatTheCheckWroteAndSumsItUpByCode) {
 }
 
 // --- why ---
+
+int namedProcesses(char const* front) {
+  int found = 0;
+  for (auto const& folder : std::filesystem::directory_iterator("/proc")) {
+    std::string name;
+    std::ifstream(folder.path() / "comm") >> name;
+    found += name.starts_with(front);
+  }
+  return found;
+}
 
 TEST(FrameWhy, NamesTheProcessAndTheRule) {
   scratch const place;
@@ -156,7 +169,7 @@ TEST(FrameWhy, NamesTheProcessAndTheRule) {
           driver::reap(inner);
           _exit(0);
         }
-        usleep(300000);
+        for (int tries = 0; namedProcesses("qz") < 9 && tries < 500; ++tries) usleep(20000);
         auto const inWords = [](pid_t pid, char const* name) {
           return std::to_string(pid) + " (" + name + ")";
         };
@@ -165,15 +178,23 @@ TEST(FrameWhy, NamesTheProcessAndTheRule) {
           int status;
           std::vector<std::string> parts;
         } const rows[] = {
-            {"QzRender", 0, {"children of that name: " + inWords(render, "QZRENDER"),
-                             "would wait for " + std::to_string(render) + ": it is the child"}},
-            {"qztwin", 0, {"of that name: " + inWords(twin, "QZTWIN") + "; " + inWords(otherTwin, "QZTWIN"),
-                           "it is the first"}},
-            {"qzlonely", 0, {"orphans of that name: ", "the only one of that name whose parent is not there"}},
+            {"QzRender",
+             0,
+             {"children of that name: " + inWords(render, "QZRENDER"),
+              "would wait for " + std::to_string(render) + ": it is the child"}},
+            {"qztwin",
+             0,
+             {"of that name: " + inWords(twin, "QZTWIN") + "; " + inWords(otherTwin, "QZTWIN"),
+              "it is the first"}},
+            {"qzlonely",
+             0,
+             {"orphans of that name: ", "the only one of that name whose parent is not there"}},
             {"qzpair", 1, {"none can be told to be the one"}},
             {"qzinner", 1, {"child of " + inWords(wrapper, "QZWRAPPER"), "qzframe run"}},
-            {"qzzombie", 1, {"not yet reaped: " + std::to_string(zombie) + ", child of 1",
-                             "no process of that name is running"}},
+            {"qzzombie",
+             1,
+             {"not yet reaped: " + std::to_string(zombie) + ", child of 1",
+              "no process of that name is running"}},
             {"averylongrenderer", 1, {"pass 'averylongrender'"}},
             {"qzCheckExitcode", 0, {"for itself, without end"}},
         };
@@ -184,8 +205,12 @@ TEST(FrameWhy, NamesTheProcessAndTheRule) {
           for (auto const& part : row.parts)
             EXPECT_TRUE(has(why.output, part)) << part << '\n' << why.output;
         }
-        EXPECT_TRUE(has(frame({"why", "qzrender"}, [] {
- driver::enterOwnMountNamespace(); (void)mount("none", "/proc", "tmpfs", 0, nullptr); }).output,
+        EXPECT_TRUE(has(frame({"why", "qzrender"},
+                              [] {
+                                driver::enterOwnMountNamespace();
+                                (void)mount("none", "/proc", "tmpfs", 0, nullptr);
+                              })
+                            .output,
                         "the check would not wait"));
         for (pid_t const each : {render, twin, otherTwin, wrapper}) kill(each, SIGKILL);
         for (pid_t const each : {render, twin, otherTwin, wrapper, zombie}) driver::reap(each);
