@@ -95,8 +95,9 @@ class Aims:
                     self.lines.append([field.strip() for field in line.split("|")])
 
     def of(self, result, rival):
-        """Gives the words of the aim and whether it is reached, or None without an aim."""
-        for group, case, wanted_rival, aim in self.lines:
+        """Gives the words of the aim, whether it is reached and what keeps it from that, or None
+        without an aim."""
+        for group, case, wanted_rival, aim, *why in self.lines:
             if group != result.group or not fnmatch.fnmatchcase(result.case, case):
                 continue
             if not fnmatch.fnmatchcase(rival, wanted_rival):
@@ -106,7 +107,7 @@ class Aims:
             limit = float(aim.removeprefix("ours "))
             figure = result.ours if aim.startswith("ours") else result.ratio(rival)
             # What is shown with two decimals is judged with two.
-            return aim, round(figure, 2) <= limit
+            return aim, round(figure, 2) <= limit, "".join(why)
         return None
 
 
@@ -179,6 +180,23 @@ def aims_reached(results, aims):
     judged = [(r, rival, aims.of(r, rival)) for r in results for rival in r.rivals]
     judged = [(r, rival, aim) for r, rival, aim in judged if aim is not None]
     return sum(aim[1] for _, _, aim in judged), len(judged)
+
+
+def missed_aims(results, aims):
+    """A line for each reason, with the cases that it keeps from their aims."""
+    by_reason = {}
+    for result in results:
+        for rival in result.rivals:
+            aim = aims.of(result, rival)
+            if aim is not None and not aim[1]:
+                words = f"`{result.case}` {ratio_text(result.ratio(rival))} of {rival} (≤ {aim[0]})"
+                by_reason.setdefault(aim[2] or "No reason is known.", []).append(words)
+    if not by_reason:
+        return []
+    lines = ["## What misses its aim, and why", ""]
+    for reason, cases in by_reason.items():
+        lines += [*textwrap.wrap(f"- {', '.join(cases)}: {reason}", 100, subsequent_indent="  ")]
+    return [*lines, ""]
 
 
 SIZES = {"KiB": 1 << 10, "MiB": 1 << 20}
@@ -305,7 +323,7 @@ def write_page(folder, aims):
         reached, judged = aims_reached(of_group, aims)
         lines.append(f"| [{title}](#{group}) | {f'{reached} of {judged}' if judged else ''} |")
         sections += [f'## <a id="{group}"></a>{title}', "", *table_of(of_group, aims), ""]
-    lines += ["", *write_plots(results, figures), *sections]
+    lines += ["", *missed_aims(results, aims), *write_plots(results, figures), *sections]
     with open(os.path.join(PROJECT, "docs", "performance.md"), "w", encoding="utf-8") as file:
         file.write("\n".join(lines).rstrip() + "\n")
 
