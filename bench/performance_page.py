@@ -92,12 +92,13 @@ class Aims:
         with open(os.path.join(HERE, "aims.txt"), encoding="utf-8") as file:
             for line in file:
                 if line.strip() and not line.startswith("#"):
-                    self.lines.append([field.strip() for field in line.split("|")])
+                    fields = [field.strip() for field in line.split("|", 4)]
+                    self.lines.append(fields + [""] * (5 - len(fields)))
 
     def of(self, result, rival):
         """Gives the words of the aim, whether it is reached and what keeps it from that, or None
         without an aim."""
-        for group, case, wanted_rival, aim, *why in self.lines:
+        for group, case, wanted_rival, aim, why in self.lines:
             if group != result.group or not fnmatch.fnmatchcase(result.case, case):
                 continue
             if not fnmatch.fnmatchcase(rival, wanted_rival):
@@ -107,7 +108,7 @@ class Aims:
             limit = float(aim.removeprefix("ours "))
             figure = result.ours if aim.startswith("ours") else result.ratio(rival)
             # What is shown with two decimals is judged with two.
-            return aim, round(figure, 2) <= limit, "".join(why)
+            return aim, round(figure, 2) <= limit, why
         return None
 
 
@@ -189,7 +190,9 @@ def missed_aims(results, aims):
         for rival in result.rivals:
             aim = aims.of(result, rival)
             if aim is not None and not aim[1]:
-                words = f"`{result.case}` {ratio_text(result.ratio(rival))} of {rival} (≤ {aim[0]})"
+                missed = (figure(result.ours, result.unit) if aim[0].startswith("ours")
+                          else f"{ratio_text(result.ratio(rival))} of {rival}")
+                words = f"`{result.case}` {missed} (≤ {aim[0]})"
                 by_reason.setdefault(aim[2] or "No reason is known.", []).append(words)
     if not by_reason:
         return []
@@ -338,7 +341,7 @@ def ratios_of_page(text):
         group = (re.findall(r'^## <a id="(\w+)">', line) or [group])[0]
         row = re.fullmatch(r"\| `(.*)` \| [^|]* \| (.*) \|", line)
         for cell in row[2].split(" · ") if row else []:
-            rival, ratio = re.match(r"(.*?) \**([\d.]+)\**(?: \(≤.*)?$", cell).groups()
+            rival, ratio = re.match(r"(.*?) \**([\d.e-]+)\**(?: \(≤.*)?$", cell).groups()
             ratios[group, row[1], rival] = float(ratio)
     return ratios
 

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "command_line.h"
 #include "data/checksums.h"
 #include "data/data_buffer.h"
 #include "tool/system_services.h"
@@ -473,7 +474,7 @@ bool readOptions(int argc, char** argv, options& chosen) {
   for (int i = 1; i < argc; ++i) {
     char const* const word = argv[i];
     auto const is = [word](char const* text) { return std::strcmp(word, text) == 0; };
-    if (is("-h") || is("--help")) {
+    if (example::isHelp(word)) {
       chosen.onlyHelp = true;
     } else if (is("--marks")) {
       chosen.marks = true;

@@ -228,11 +228,7 @@ int main(int argc, char** argv) {
   int const lost = written - found.own;
   std::printf("%s: %d lines of this run, %d lost, %d torn, %d out of place.\n", chosen.file,
               found.own, lost, found.torn, found.outOfPlace);
-  if (std::fflush(stdout) != 0) {
-    std::fprintf(stderr, "locked_log: cannot write to standard output: %s.\n",
-                 qzLastOSError8(-1).asChar());
-    return 1;
-  }
+  if (std::fflush(stdout) != 0) return example::explainNoOutput("locked_log");
   return went && lost == 0 && found.torn == 0 && found.outOfPlace == 0 ? 0 : 1;
 }
 

@@ -13,9 +13,9 @@ namespace qz::detail {
 namespace {
 
 // Sixteen bytes that are tested at once; a compiler without vector registers takes them apart.
-using blocks = block_of<char>;
-using block = blocks::lanes;
-constexpr int kBlock = blocks::kLanes;
+using block_ops = block_of<char>;
+using block = block_ops::lanes;
+constexpr int kBlock = block_ops::kLanes;
 // From this size on the time for a look at the data is well spent.
 constexpr int kWorthSampling = 16'384;
 constexpr int kSamples = 256;
@@ -27,8 +27,8 @@ constexpr int kGram = 8;
 constexpr int kGramBits = 12;
 constexpr int kLongText = 48;
 constexpr int kMostSkipped = 4 << 20;
-// The probes are faster where more than one gram in so many bytes stands in the text as well. That
-// one costs as much as the comparison of so many characters.
+// The probes are faster where more than one gram in so many bytes stands in the text as well. Such
+// a gram costs as much as the comparison of so many characters.
 constexpr int kBytesPerCost = 512;
 constexpr int kCharactersPerCost = 8;
 constexpr int kFreeCosts = 32;
@@ -128,17 +128,17 @@ struct search {
       int const places[] = {end, end + kBlock, end + 2 * kBlock, end + 3 * kBlock};
       block a = endsBy<0>(places[0]), b = endsBy<0>(places[1]);
       block c = endsBy<0>(places[2]), d = endsBy<0>(places[3]);
-      if (!blocks::anySet((a | b) | (c | d))) continue;
+      if (!block_ops::anySet((a | b) | (c | d))) continue;
       a &= endsBy<2>(places[0]), b &= endsBy<2>(places[1]);
       c &= endsBy<2>(places[2]), d &= endsBy<2>(places[3]);
-      if (blocks::anySet(a)) return places[0] + blocks::firstSet(a);
-      if (blocks::anySet(b)) return places[1] + blocks::firstSet(b);
-      if (blocks::anySet(c)) return places[2] + blocks::firstSet(c);
-      if (blocks::anySet(d)) return places[3] + blocks::firstSet(d);
+      if (block_ops::anySet(a)) return places[0] + block_ops::firstSet(a);
+      if (block_ops::anySet(b)) return places[1] + block_ops::firstSet(b);
+      if (block_ops::anySet(c)) return places[2] + block_ops::firstSet(c);
+      if (block_ops::anySet(d)) return places[3] + block_ops::firstSet(d);
     }
     for (; span - end >= kBlock; end += kBlock) {
       block const hits = endsBy<0>(end) & endsBy<2>(end);
-      if (blocks::anySet(hits)) return end + blocks::firstSet(hits);
+      if (block_ops::anySet(hits)) return end + block_ops::firstSet(hits);
     }
     while (end < span && !matches(0, end)) ++end;
     return end;
@@ -185,7 +185,7 @@ struct search {
     if (end < span && matchesAt(end) < count) {
       search_tables const tables = makeSearchTables(upper, lower);
       for (int same; end < span && (same = matchesAt(end)) < count;) {
-        costs += same / kCharactersPerCost;
+        if (usesGrams) costs += same / kCharactersPerCost;
         end = next(
             end + std::max(tables.badCharacter[bytes[end - same]] - same, tables.goodSuffix[same]));
       }

@@ -23,7 +23,8 @@ int writeDecimal(char (&text)[24], Number value) {
 
 constexpr int kAllHexDigits = 8;
 
-// All capital digits, the first one in the lowest byte.
+// All capital digits, the first one in the lowest byte, which is the first in memory.
+static_assert(std::endian::native == std::endian::little);
 std::uint64_t hexDigits(unsigned value) {
   using words [[gnu::vector_size(16)]] = unsigned;
   using lanes [[gnu::vector_size(16)]] = signed char;

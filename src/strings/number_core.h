@@ -65,7 +65,7 @@ inline long long toInt64(text_view<char> text, bool* ok) {
   if (!*ok) return 0;
   return negative ? -value : value;
 }
-// As atoi(3), of a number that is too large the low bits.
+// Of the 64-bit number the low 32 bits, as atoi(3) does here.
 inline int toInt(text_view<char> text, bool* ok) { return static_cast<int>(toInt64(text, ok)); }
 
 // Reads the field at the front of `text` out of `copy`, a copy of its characters with room for the

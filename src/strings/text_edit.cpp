@@ -103,7 +103,8 @@ bool isTrimmed(Unit unit) {
 // Fills the zeroed string `piece` of the same capacity as the text that the units are the front of.
 template <class Unit>
 void fillPiece(text_slot<Unit> piece, unit_run<Unit> front) {
-  // A word, as most pieces are: more than that is copied in one step and zeroed again in another.
+  // A word, as most pieces are: two steps of a fixed size copy its room whatever the count, and
+  // zero what was too much.
   constexpr int kWord = 16;
   if (front.count > kWord || piece.capacity < 2 * kWord) return assign(piece, front);
   std::memcpy(piece.units, front.units, kWord * sizeof(Unit));

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <type_traits>
 
 #include "strings/text_core.h"
 #include "strings/unit_blocks.h"
@@ -50,8 +51,8 @@ int filteredFind(unit_run<Unit> text, unit_run<Other> needle, int start, FoldTex
   int const last = text.count - needle.count;
   if (needle.count == 0 || start > last) return -1;
   int position = last == 0 ? 0 : start;
-  // A match looks the same to the filter, whose fold is the cheapest one that takes for the same
-  // what either of the two does.
+  // What matches is also the same to the filter, which folds in one step, and perhaps too much.
+  static_assert(std::is_same_v<FoldNeedle, FoldText> || std::is_same_v<FoldNeedle, as_it_is>);
   auto const filter = filterOf(foldText);
   auto const weigh = [&](auto unit) { return static_cast<lane>(filter(unitOf<Unit>(unit))); };
 

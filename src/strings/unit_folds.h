@@ -33,7 +33,7 @@ struct to_lower {
 };
 
 // A single step that makes one of both cases of a letter, but also of some units that are no
-// letters: exact beside a letter, and else good for a filter.
+// letters: exact when compared with a lower-case letter; for all else only good for a filter.
 struct to_lower_or_more {
   template <class Unit>
   constexpr Unit operator()(Unit unit) const {
